@@ -1,0 +1,54 @@
+// Library-level exports: initialisation, library information and the last error.
+#include <cstring>
+
+#include "GenTL.h"
+#include "api/ErrorTable.h"
+#include "api/Frame.h"
+#include "api/LibraryInfo.h"
+#include "api/ProducerState.h"
+
+namespace GenTL {
+
+// Marks the library initialised. GC_ERR_RESOURCE_IN_USE when it already is. Any thread.
+GC_ERROR GC_CALLTYPE GCInitLib() {
+  return Framed(__PRETTY_FUNCTION__, kUninitialisedCall, [] {
+    bool expected = false;
+    return Initialised.compare_exchange_strong(expected, true) ? GC_ERR_SUCCESS
+                                                               : GC_ERR_RESOURCE_IN_USE;
+  });
+}
+
+// Clears the initialised flag (in every case). GC_ERR_NOT_INITIALIZED when it was clear.
+GC_ERROR GC_CALLTYPE GCCloseLib() {
+  return Framed(__PRETTY_FUNCTION__, kUninitialisedCall, [] {
+    return Initialised.exchange(false) ? GC_ERR_SUCCESS : GC_ERR_NOT_INITIALIZED;
+  });
+}
+
+// Library information (TL_INFO_CMD 0..10). A null buffer is a size query.
+GC_ERROR GC_CALLTYPE GCGetInfo(TL_INFO_CMD iInfoCmd, INFO_DATATYPE* piType, void* pBuffer,
+                               size_t* piSize) {
+  const char* self = __PRETTY_FUNCTION__;
+  return Framed(self, kLibraryCall,
+                [&] { return LibraryInfo(self, iInfoCmd, piType, pBuffer, piSize); });
+}
+
+// The last error of any thread with its text. Not framed: no log, LastError unchanged.
+GC_ERROR GC_CALLTYPE GCGetLastError(GC_ERROR* piErrorCode, char* sErrorText, size_t* piSize) {
+  if (piErrorCode == nullptr || piSize == nullptr) return GC_ERR_INVALID_PARAMETER;
+  GC_ERROR code = LastError.load(std::memory_order_relaxed);
+  *piErrorCode = code;
+  const tsErrorRow* row = FindErrorRow(code);
+  if (row == nullptr) return GC_ERR_ERROR;
+  size_t length = strlen(row->text);
+  // The caller's size minus one in unsigned arithmetic: a size of 0 wraps and passes.
+  if (*piSize - 1 >= length && (sErrorText == nullptr || *piSize != 0)) {
+    if (sErrorText != nullptr) memcpy(sErrorText, row->text, length + 1);
+    *piSize = length + 1;
+    return GC_ERR_SUCCESS;
+  }
+  *piSize = length + 1;
+  return GC_ERR_BUFFER_TOO_SMALL;
+}
+
+}  // namespace GenTL
