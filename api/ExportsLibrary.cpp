@@ -6,22 +6,48 @@
 #include "api/Frame.h"
 #include "api/LibraryInfo.h"
 #include "api/ProducerState.h"
+#include "modules/tcSystem.h"
 
 namespace GenTL {
 
 // Marks the library initialised. GC_ERR_RESOURCE_IN_USE when it already is. Any thread.
 GC_ERROR GC_CALLTYPE GCInitLib() {
-  return Framed(__PRETTY_FUNCTION__, kUninitialisedCall, [] {
+  return Framed(__PRETTY_FUNCTION__, kUninitialisedCall, []() -> GC_ERROR {
     bool expected = false;
     return Initialised.compare_exchange_strong(expected, true) ? GC_ERR_SUCCESS
                                                                : GC_ERR_RESOURCE_IN_USE;
   });
 }
 
-// Clears the initialised flag (in every case). GC_ERR_NOT_INITIALIZED when it was clear.
+// Destroys the system (and everything below it) and clears the initialised flag (in every
+// case). GC_ERR_NOT_INITIALIZED when it was clear.
 GC_ERROR GC_CALLTYPE GCCloseLib() {
-  return Framed(__PRETTY_FUNCTION__, kUninitialisedCall, [] {
-    return Initialised.exchange(false) ? GC_ERR_SUCCESS : GC_ERR_NOT_INITIALIZED;
+  return Framed(__PRETTY_FUNCTION__, kUninitialisedCall, []() -> GC_ERROR {
+    if (!Initialised.load()) return GC_ERR_NOT_INITIALIZED;
+    DestroySystem();
+    Initialised.store(false);
+    return GC_ERR_SUCCESS;
+  });
+}
+
+// Creates the system module. GC_ERR_RESOURCE_IN_USE when it exists. Ownership stays with the
+// library until TLClose or GCCloseLib.
+GC_ERROR GC_CALLTYPE TLOpen(TL_HANDLE* phSystem) {
+  return Framed(__PRETTY_FUNCTION__, kLibraryCall, [&]() -> GC_ERROR {
+    if (SystemSingleton() != nullptr) return GC_ERR_RESOURCE_IN_USE;
+    if (phSystem == nullptr) return GC_ERR_INVALID_PARAMETER;
+    CreateSystem();
+    *phSystem = SystemSingleton();
+    return GC_ERR_SUCCESS;
+  });
+}
+
+// Destroys the system module and everything below it; the handle must be the system's.
+GC_ERROR GC_CALLTYPE TLClose(TL_HANDLE hSystem) {
+  return Framed(__PRETTY_FUNCTION__, kLibraryCall, [&]() -> GC_ERROR {
+    if (hSystem == nullptr || hSystem != SystemSingleton()) return GC_ERR_INVALID_HANDLE;
+    DestroySystem();
+    return GC_ERR_SUCCESS;
   });
 }
 
@@ -30,7 +56,7 @@ GC_ERROR GC_CALLTYPE GCGetInfo(TL_INFO_CMD iInfoCmd, INFO_DATATYPE* piType, void
                                size_t* piSize) {
   const char* self = __PRETTY_FUNCTION__;
   return Framed(self, kLibraryCall,
-                [&] { return LibraryInfo(self, iInfoCmd, piType, pBuffer, piSize); });
+                [&]() -> GC_ERROR { return LibraryInfo(self, iInfoCmd, piType, pBuffer, piSize); });
 }
 
 // The last error of any thread with its text. Not framed: no log, LastError unchanged.

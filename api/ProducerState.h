@@ -1,12 +1,21 @@
-// Process-wide state of the entry layer: the initialised flag and the last error.
+// Process-wide state of the entry layer: the initialised flag, the system singleton and the
+// last error.
 #pragma once
 
 #include <atomic>
+#include <memory>
 
 #include "GenTL.h"
+
+class tcSystem;
 
 // Set by GCInitLib, cleared by GCCloseLib.
 extern std::atomic<bool> Initialised;
 
 // The result of the most recent framed call in any thread (the last writer wins).
 extern std::atomic<GenTL::GC_ERROR> LastError;
+
+// The one system module, created by TLOpen; its address is the TL handle.
+tcSystem* SystemSingleton();
+void CreateSystem();
+void DestroySystem();

@@ -5,10 +5,10 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <regex>
 #include <string>
 
 #include "GenTLLibrary.h"
+#include "support/LogMatch.h"
 
 class ConsumerTest : public ::testing::Test {
  protected:
@@ -35,9 +35,3 @@ class ConsumerTest : public ::testing::Test {
     return code;
   }
 };
-
-// True when `text` contains a line matching `pattern` exactly (whole line, no newline).
-inline bool HasLogLine(const std::string& text, const std::string& pattern) {
-  std::regex line("(^|\n)" + pattern + "\n");
-  return std::regex_search(text, line);
-}

@@ -1,0 +1,254 @@
+// tcDevice: device information, stream enumeration and opening, device registers and
+// description.
+#include "modules/tcDevice.h"
+
+#include <cstring>
+
+#include "api/HandleRegistry.h"
+#include "base/Log.h"
+#include "modules/InfoAnswer.h"
+#include "modules/tcDescriptionBuilder.h"
+#include "stream/tcDataStream.h"
+
+using namespace GenTL;
+
+namespace {
+
+constexpr tsModulePortIdentity kDevicePort = {
+    "tcDevice", "DevicePort", "Device", "DevicePort", "vantora_device_", true, true};
+
+enum : uint64_t {
+  kStreamSelector = 0x10800,
+  kStreamID = 0x10900,
+};
+
+// The needed size check of the device information answers: a buffer too small leaves *size.
+GC_ERROR AnswerDeviceInfo(const void* value, size_t valueSize, void* buffer, size_t* size) {
+  if (size == nullptr) return GC_ERR_INVALID_PARAMETER;
+  if (buffer != nullptr) {
+    if (valueSize > *size) return GC_ERR_BUFFER_TOO_SMALL;
+    memcpy(buffer, value, valueSize);
+  }
+  *size = valueSize;
+  return GC_ERR_SUCCESS;
+}
+
+}  // namespace
+
+tcDevice::tcDevice(std::string id, tcInterface* parent)
+    : tcModulePort(std::move(id), kDevicePort), parent_(parent) {
+  GENTL_LOG(kLogDebug, "%s, this = 0x%X", Name(), this);
+  HandleRegistry::Enter(this, HandleKind::kDevice);
+}
+
+tcDevice::~tcDevice() {
+  HandleRegistry::Leave(this);
+}
+
+GC_ERROR tcDevice::GetInfo(int32_t command, int32_t* type, void* buffer, size_t* size) {
+  const std::string* text = nullptr;
+  switch (command) {
+    case DEVICE_INFO_ID:
+      text = &Name();
+      break;
+    case DEVICE_INFO_VENDOR:
+      text = &vendor_;
+      break;
+    case DEVICE_INFO_MODEL:
+      text = &model_;
+      break;
+    case DEVICE_INFO_TLTYPE:
+      text = &tlType_;
+      break;
+    case DEVICE_INFO_DISPLAYNAME:
+      text = &displayName_;
+      break;
+    case DEVICE_INFO_USER_DEFINED_NAME:
+      text = &userDefinedName_;
+      break;
+    case DEVICE_INFO_SERIAL_NUMBER:
+      text = &serialNumber_;
+      break;
+    case DEVICE_INFO_VERSION:
+      text = &version_;
+      break;
+    case DEVICE_INFO_ACCESS_STATUS:
+      if (type != nullptr) *type = INFO_DATATYPE_INT32;
+      return AnswerDeviceInfo(&accessStatus_, sizeof accessStatus_, buffer, size);
+    case DEVICE_INFO_TIMESTAMP_FREQUENCY:
+      if (type != nullptr) *type = INFO_DATATYPE_UINT64;
+      GENTL_LOG(kLogWarning, "%s, iInfoCmd = %d (Request Not Implemented)", "tcDevice", command);
+      return GC_ERR_NOT_IMPLEMENTED;
+    default:
+      return GC_ERR_INVALID_ID;
+  }
+  if (type != nullptr) *type = INFO_DATATYPE_STRING;
+  return AnswerDeviceInfo(text->c_str(), text->size() + 1, buffer, size);
+}
+
+GC_ERROR tcDevice::GetNumDataStreams(uint32_t* count) {
+  if (count == nullptr) return GC_ERR_INVALID_PARAMETER;
+  *count = static_cast<uint32_t>(streams_.size());
+  return GC_ERR_SUCCESS;
+}
+
+GC_ERROR tcDevice::GetDataStreamID(uint32_t index, char* id, size_t* size) {
+  if (size == nullptr) return GC_ERR_INVALID_PARAMETER;
+  if (index >= streams_.size()) return GC_ERR_INVALID_INDEX;
+  const std::string& name = streams_[index]->Name();
+  GC_ERROR result = GC_ERR_SUCCESS;
+  if (id != nullptr) {
+    if (*size > name.size()) {
+      memcpy(id, name.c_str(), name.size() + 1);
+    } else {
+      result = GC_ERR_BUFFER_TOO_SMALL;
+    }
+  }
+  *size = name.size() + 1;
+  return result;
+}
+
+GC_ERROR tcDevice::OpenDataStream(const char* id, void** handle) {
+  if (id == nullptr || handle == nullptr) return GC_ERR_SUCCESS;
+  for (const auto& stream : streams_) {
+    if (stream->Name() != id) continue;
+    if (!stream->IsOpen() && stream->Open() == GC_ERR_SUCCESS) *handle = stream.get();
+    break;
+  }
+  return GC_ERR_SUCCESS;
+}
+
+GC_ERROR tcDevice::Read(uint64_t address, void* buffer, size_t* size) {
+  GENTL_LOG(kLogDebug, "%s, iAddress = 0x%llX, size = 0x%X", Name(), address, *size);
+  if (ReadDescription(address, buffer, *size)) return GC_ERR_SUCCESS;
+  if (address == kStreamSelector) {
+    if (*size < 4) return GC_ERR_SUCCESS;
+    memcpy(buffer, &streamSelector_, 4);
+    *size = 4;
+    return GC_ERR_SUCCESS;
+  }
+  if (address == kStreamID) {
+    if (streamSelector_ >= streams_.size()) return GC_ERR_INVALID_INDEX;
+    const std::string& id = streams_[streamSelector_]->Name();
+    if (id.size() + 1 > *size) return GC_ERR_BUFFER_TOO_SMALL;
+    memcpy(buffer, id.c_str(), id.size() + 1);
+    return GC_ERR_SUCCESS;
+  }
+  return GC_ERR_ACCESS_DENIED;
+}
+
+GC_ERROR tcDevice::Write(uint64_t address, const void* buffer, size_t* size) {
+  if (address != kStreamSelector) return GC_ERR_ACCESS_DENIED;
+  if (*size == 4) memcpy(&streamSelector_, buffer, 4);
+  return GC_ERR_SUCCESS;
+}
+
+std::string tcDevice::BuildXml() {
+  tcDescriptionBuilder xml("Device:" + Name(), "DevicePort");
+  xml.Category(xml.Group("RootCategory"),
+               {"Root", "Root", "Provides the Root of the GenTL Producer Device features.",
+                "Provides the Root of the GenTL Producer Device features.", "Beginner"},
+               {"DeviceInformation", "DeviceControl", "StreamEnumeration"});
+  pugi::xml_node categories = xml.Group("SubCategories");
+  xml.Category(
+      categories,
+      {"DeviceInformation", "Device Information",
+       "Category that contains all Device Information features of the Device module.",
+       "Category that contains all Device Information features of the Device module.", "Beginner"},
+      {"DeviceID", "DeviceVendorName", "DeviceModelName", "DeviceType", "DeviceDisplayName",
+       "DeviceAccessStatus", "DeviceUserID", "DeviceSerialNumber", "DeviceVersion",
+       "DeviceEndianessMechanism", "DeviceEventDataFormat", "DeviceChunkDataFormat"});
+  xml.Category(
+      categories,
+      {"DeviceControl", "Device Control",
+       "Category that contains all Device Control features of the Device module.",
+       "Category that contains all Device Control features of the Device module.", "Beginner"},
+      {});
+  xml.Category(
+      categories,
+      {"StreamEnumeration", "Stream Enumeration",
+       "Category that contains all Stream Enumeration features of the Device module.",
+       "Category that contains all Stream Enumeration features of the Device module.", "Beginner"},
+      {"StreamSelector", "StreamID"});
+  pugi::xml_node information = xml.Group("DeviceInformation");
+  xml.ConstantString(information,
+                     {"DeviceID", "Device ID", "Interface wide unique identifier of this device.",
+                      "Interface wide unique identifier of this device.", "Beginner"},
+                     Name());
+  xml.ConstantString(information,
+                     {"DeviceVendorName", "Device Vendor Name", "Name of the device vendor.",
+                      "Name of the device vendor.", "Beginner"},
+                     vendor_);
+  xml.ConstantString(information,
+                     {"DeviceModelName", "Device Model Name", "Name of the device model.",
+                      "Name of the device model.", "Beginner"},
+                     model_);
+  xml.ConstantEnumeration(information,
+                          {"DeviceType", "Device Type", "Transport layer type of the device.",
+                           "Transport layer type of the device.", "Expert"},
+                          TransportTypeEntries(), TransportTypeValue(tlType_));
+  xml.ConstantString(
+      information,
+      {"DeviceDisplayName", "Device Display Name", "User readable name of the device.",
+       "User readable name of the device.", "Beginner"},
+      displayName_);
+  xml.ConstantEnumeration(
+      information,
+      {"DeviceAccessStatus", "Device Access Status",
+       "Gets the access status the GenTL Producer has on the device.",
+       "Gets the access status the GenTL Producer has on the device.", "Expert"},
+      AccessStatusEntries(), accessStatus_);
+  xml.ConstantString(information,
+                     {"DeviceUserID", "Device User ID",
+                      "User-programmable device identifier of the remote device.",
+                      "User-programmable device identifier of the remote device.", "Expert"},
+                     userDefinedName_);
+  xml.ConstantString(
+      information,
+      {"DeviceSerialNumber", "Device Serial Number", "Serial number of the remote device.",
+       "Serial number of the remote device.", "Expert"},
+      serialNumber_);
+  xml.ConstantString(information,
+                     {"DeviceVersion", "Device Version", "Version of the remote device.",
+                      "Version of the remote device.", "Expert"},
+                     version_);
+  xml.ConstantEnumeration(
+      information,
+      {"DeviceEndianessMechanism", "Device Endianess Mechanism",
+       "Identifies the endianness mechanism used to access the remote device.",
+       "Identifies the endianness mechanism used to access the remote device.", "Guru"},
+      {{"Legacy", "Legacy", "Handles the device endianness according to the GenICam Schema 1.0.",
+        1},
+       {"Standard", "Standard",
+        "Handles the device endianness according to the GenICam Schema 1.1 and later.", 2}},
+      2);
+  xml.ConstantEnumeration(information,
+                          {"DeviceEventDataFormat", "Device Event Data Format",
+                           "Format of the event data the device delivers.",
+                           "Format of the event data the device delivers.", "Guru"},
+                          {{"NotSupported", "Not Supported",
+                            "The device delivers no event data through this producer.", 0}},
+                          0);
+  xml.ConstantEnumeration(information,
+                          {"DeviceChunkDataFormat", "Device Chunk Data Format",
+                           "Format of the chunk data the device delivers.",
+                           "Format of the chunk data the device delivers.", "Guru"},
+                          {{"NotSupported", "Not Supported",
+                            "The device delivers no chunk data through this producer.", 0}},
+                          0);
+  pugi::xml_node enumeration = xml.Group("StreamEnumeration");
+  xml.RegisterInteger(
+      enumeration,
+      {"StreamSelector", "Stream Selector", "Selector for the different stream channels.",
+       "Selector for the different stream channels.", "Beginner"},
+      "StreamSelectorReg", nullptr, {"StreamID"});
+  xml.StringReg(enumeration,
+                {"StreamID", "Stream ID", "Device unique ID for the stream, e.g. a GUID.",
+                 "Device unique ID for the stream, e.g. a GUID.", "Beginner"},
+                {"StreamID", kStreamID, 128, "RO", {"StreamSelectorReg"}});
+  pugi::xml_node registers = xml.Group("Registers");
+  xml.IntReg(registers, {"StreamSelectorReg", kStreamSelector, 4, "RW"});
+  xml.Port(registers, "Device Port",
+           "The GenICam port through which the Device module is accessed.");
+  return xml.Print();
+}

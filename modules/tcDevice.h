@@ -1,0 +1,51 @@
+// Base of the GenTL Device module: identity strings, the data streams, and the device module's
+// own port. Opening the camera, its remote port and its streams belong to the transports.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "modules/tcModulePort.h"
+
+class tcInterface;
+class tcDataStream;
+
+class tcDevice : public tcModulePort {
+ public:
+  tcDevice(std::string id, tcInterface* parent);
+  ~tcDevice() override;
+
+  GenTL::GC_ERROR Read(uint64_t address, void* buffer, size_t* size) override;
+  GenTL::GC_ERROR Write(uint64_t address, const void* buffer, size_t* size) override;
+
+  virtual GenTL::GC_ERROR Open(int32_t openFlags) = 0;
+  virtual GenTL::GC_ERROR Close() = 0;
+  virtual GenTL::GC_ERROR GetInfo(int32_t command, int32_t* type, void* buffer, size_t* size);
+  virtual GenTL::GC_ERROR GetNumDataStreams(uint32_t* count);
+  virtual GenTL::GC_ERROR GetDataStreamID(uint32_t index, char* id, size_t* size);
+  // Always succeeds; the handle is written only when the stream opened.
+  virtual GenTL::GC_ERROR OpenDataStream(const char* id, void** handle);
+  // The remote device port; null while the device is closed.
+  virtual tcPort* RemotePort() { return nullptr; }
+
+  tcInterface* Parent() const { return parent_; }
+
+ protected:
+  std::string BuildXml() override;
+
+  tcInterface* parent_;
+  std::vector<std::unique_ptr<tcDataStream>> streams_;
+  std::string vendor_;
+  std::string model_;
+  std::string tlType_;
+  std::string displayName_;
+  int32_t accessStatus_ = GenTL::DEVICE_ACCESS_STATUS_UNKNOWN;
+  std::string userDefinedName_;
+  std::string serialNumber_;
+  std::string version_;
+
+ private:
+  uint32_t streamSelector_ = 0;  // guarded by the access mutex
+};

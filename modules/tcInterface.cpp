@@ -1,0 +1,285 @@
+// tcInterface: device list access, device lookup and opening, interface registers and
+// description.
+#include "modules/tcInterface.h"
+
+#include <cstring>
+
+#include "api/HandleRegistry.h"
+#include "base/Log.h"
+#include "modules/InfoAnswer.h"
+#include "modules/tcDescriptionBuilder.h"
+#include "modules/tcDevice.h"
+
+using namespace GenTL;
+
+namespace {
+
+constexpr tsModulePortIdentity kInterfacePort = {
+    "tcInterface", "InterfacePort", "Interface", "InterfacePort", "vantora_interface_", true,
+    false};
+
+enum : uint64_t {
+  kDeviceUpdateList = 0x10000,
+  kDeviceSelector = 0x10004,
+  kDeviceID = 0x10100,
+  kDeviceVendorName = 0x10200,
+  kDeviceModelName = 0x10300,
+  kDeviceAccessStatus = 0x10400,
+  kDeviceSerialNumber = 0x10500,
+  kDeviceUserID = 0x10600,
+};
+
+constexpr size_t kDeviceTextSize = 128;
+
+// The DEVICE_INFO command behind each device-information register.
+bool DeviceInfoCommand(uint64_t address, int32_t* command) {
+  switch (address) {
+    case kDeviceID:
+      *command = DEVICE_INFO_ID;
+      return true;
+    case kDeviceVendorName:
+      *command = DEVICE_INFO_VENDOR;
+      return true;
+    case kDeviceModelName:
+      *command = DEVICE_INFO_MODEL;
+      return true;
+    case kDeviceAccessStatus:
+      *command = DEVICE_INFO_ACCESS_STATUS;
+      return true;
+    case kDeviceSerialNumber:
+      *command = DEVICE_INFO_SERIAL_NUMBER;
+      return true;
+    case kDeviceUserID:
+      *command = DEVICE_INFO_USER_DEFINED_NAME;
+      return true;
+    default:
+      return false;
+  }
+}
+
+}  // namespace
+
+tcInterface::tcInterface(const char* id, const char* tlType, tcSystem* system)
+    : tcModulePort(id, kInterfacePort), parent_(system), displayName_(id), tlType_(tlType) {
+  GENTL_LOG(kLogDebug, "%s, this = 0x%X", Name(), this);
+  HandleRegistry::Enter(this, HandleKind::kInterface);
+}
+
+tcInterface::~tcInterface() {
+  devices_.clear();
+  HandleRegistry::Leave(this);
+}
+
+GC_ERROR tcInterface::GetInfo(int32_t command, int32_t* type, void* buffer, size_t* size) {
+  if (size == nullptr || type == nullptr) return GC_ERR_INVALID_PARAMETER;
+  const std::string* text = nullptr;
+  switch (command) {
+    case INTERFACE_INFO_ID:
+      text = &Name();
+      break;
+    case INTERFACE_INFO_DISPLAYNAME:
+      text = &displayName_;
+      break;
+    case INTERFACE_INFO_TLTYPE:
+      text = &tlType_;
+      break;
+    default:
+      return GC_ERR_NOT_IMPLEMENTED;
+  }
+  *type = INFO_DATATYPE_STRING;
+  return CopyText(*text, buffer, size);
+}
+
+GC_ERROR tcInterface::Open() {
+  return GC_ERR_SUCCESS;
+}
+
+GC_ERROR tcInterface::Close() {
+  return GC_ERR_SUCCESS;
+}
+
+GC_ERROR tcInterface::GetNumDevices(uint32_t* count) {
+  if (count == nullptr) return GC_ERR_INVALID_PARAMETER;
+  *count = static_cast<uint32_t>(devices_.size());
+  return GC_ERR_SUCCESS;
+}
+
+GC_ERROR tcInterface::GetDeviceID(uint32_t index, char* id, size_t* size) {
+  if (index >= devices_.size()) return GC_ERR_INVALID_INDEX;
+  if (size == nullptr) return GC_ERR_INVALID_PARAMETER;
+  return CopyText(devices_[index]->Name(), id, size);
+}
+
+tcDevice* tcInterface::FindDevice(const char* id) const {
+  for (const auto& device : devices_) {
+    if (device->Name() == id) return device.get();
+  }
+  return nullptr;
+}
+
+GC_ERROR tcInterface::GetDeviceInfo(const char* id, int32_t command, int32_t* type, void* buffer,
+                                    size_t* size) {
+  if (id == nullptr) return GC_ERR_INVALID_PARAMETER;
+  tcDevice* device = FindDevice(id);
+  if (device == nullptr) return GC_ERR_INVALID_ID;
+  return device->GetInfo(command, type, buffer, size);
+}
+
+GC_ERROR tcInterface::OpenDevice(const char* id, int32_t openFlags, void** handle) {
+  if (id == nullptr || handle == nullptr) return GC_ERR_INVALID_PARAMETER;
+  GENTL_LOG(kLogDebug, "%s", Name());
+  if (devices_.empty() && !listUpdated_) {
+    GENTL_LOG(kLogDebug, "Updating Device List");
+    UpdateDeviceList(nullptr, 300);
+  }
+  for (const auto& device : devices_) {
+    GENTL_LOG(kLogDebug, "Checking %s == %s", device->Name(), id);
+    if (device->Name() == id) {
+      *handle = device.get();
+      return device->Open(openFlags);
+    }
+  }
+  GENTL_LOG(kLogError, "Device %s not found", id);
+  return GC_ERR_INVALID_ID;
+}
+
+GC_ERROR tcInterface::ReadDeviceRegister(uint64_t address, void* buffer, size_t* size) {
+  int32_t command = 0;
+  if (!DeviceInfoCommand(address, &command)) return GC_ERR_ACCESS_DENIED;
+  if (deviceSelector_ >= devices_.size()) return GC_ERR_INVALID_INDEX;
+  char answer[kDeviceTextSize] = "";
+  size_t answerSize = command == DEVICE_INFO_ACCESS_STATUS ? 4 : sizeof answer;
+  int32_t type = 0;
+  if (devices_[deviceSelector_]->GetInfo(command, &type, answer, &answerSize) != GC_ERR_SUCCESS) {
+    return GC_ERR_IO;
+  }
+  if (answerSize > *size) return GC_ERR_BUFFER_TOO_SMALL;
+  memcpy(buffer, answer, answerSize);
+  return GC_ERR_SUCCESS;
+}
+
+GC_ERROR tcInterface::Read(uint64_t address, void* buffer, size_t* size) {
+  if (ReadDescription(address, buffer, *size)) return GC_ERR_SUCCESS;
+  if (address == kDeviceUpdateList || address == kDeviceSelector) {
+    if (*size < 4) return GC_ERR_SUCCESS;
+    memcpy(buffer, &deviceSelector_, 4);
+    *size = 4;
+    return GC_ERR_SUCCESS;
+  }
+  return ReadDeviceRegister(address, buffer, size);
+}
+
+GC_ERROR tcInterface::Write(uint64_t address, const void* buffer, size_t* size) {
+  if (address == kDeviceUpdateList) {
+    UpdateDeviceList(nullptr, 0);
+    return GC_ERR_SUCCESS;
+  }
+  if (address == kDeviceSelector) {
+    if (*size == 4) memcpy(&deviceSelector_, buffer, 4);
+    return GC_ERR_SUCCESS;
+  }
+  return GC_ERR_ACCESS_DENIED;
+}
+
+namespace {
+
+tsRegisterNode DeviceText(const char* name, uint64_t address) {
+  return {name, address, kDeviceTextSize, "RO", {"DeviceSelectorReg"}, true};
+}
+
+}  // namespace
+
+std::string tcInterface::BuildXml() {
+  tcDescriptionBuilder xml("Interface:" + Name(), "InterfacePort");
+  xml.Category(xml.Group("RootCategory"),
+               {"Root", "Root", "Provides the Root of the GenTL Producer Interface features.",
+                "Provides the Root of the GenTL Producer Interface features.", "Beginner"},
+               {"InterfaceInformation", "DeviceEnumeration"});
+  pugi::xml_node categories = xml.Group("SubCategories");
+  xml.Category(
+      categories,
+      {"InterfaceInformation", "Interface Information",
+       "Category that contains all Interface Information features of the Interface module.",
+       "Category that contains all Interface Information features of the Interface module.",
+       "Beginner"},
+      {"InterfaceID", "InterfaceDisplayName", "InterfaceType"});
+  xml.Category(categories,
+               {"DeviceEnumeration", "Device Enumeration",
+                "Category that contains all Device Enumeration features of the Interface module.",
+                "Category that contains all Device Enumeration features of the Interface module.",
+                "Beginner"},
+               {"DeviceUpdateList", "DeviceSelector", "DeviceID", "DeviceVendorName",
+                "DeviceModelName", "DeviceAccessStatus", "DeviceSerialNumber", "DeviceUserID"});
+  pugi::xml_node information = xml.Group("InterfaceInformation");
+  std::string displayName = Name();
+  char text[kDeviceTextSize];
+  size_t size = sizeof text;
+  int32_t type = 0;
+  if (GetInfo(INTERFACE_INFO_DISPLAYNAME, &type, text, &size) == GC_ERR_SUCCESS) displayName = text;
+  xml.ConstantString(
+      information,
+      {"InterfaceID", "Interface ID",
+       "GenTL Producer wide unique identifier of the selected interface.",
+       "GenTL Producer wide unique identifier of the selected interface.", "Beginner"},
+      Name());
+  xml.ConstantString(information,
+                     {"InterfaceDisplayName", "Interface Display Name",
+                      "User readable name of the selected interface.",
+                      "User readable name of the selected interface.", "Beginner"},
+                     displayName);
+  xml.ConstantEnumeration(
+      information,
+      {"InterfaceType", "Interface Type", "Transport layer type of the interface.",
+       "Transport layer type of the interface.", "Beginner"},
+      TransportTypeEntries(), TransportTypeValue(tlType_));
+  pugi::xml_node enumeration = xml.Group("DeviceEnumeration");
+  xml.Command(enumeration,
+              {"DeviceUpdateList", "Device Update List", "Updates the internal device list.",
+               "Updates the internal device list.", "Beginner"},
+              "DeviceUpdateListReg");
+  xml.RegisterInteger(
+      enumeration,
+      {"DeviceSelector", "Device Selector", "Selector for the different devices on this interface.",
+       "Selector for the different devices on this interface.", "Beginner"},
+      "DeviceSelectorReg", nullptr,
+      {"DeviceID", "DeviceVendorName", "DeviceModelName", "DeviceAccessStatus",
+       "DeviceSerialNumber", "DeviceUserID"});
+  xml.StringReg(
+      enumeration,
+      {"DeviceID", "Device ID", "Interface wide unique identifier of the selected device.",
+       "Interface wide unique identifier of the selected device.", "Beginner"},
+      DeviceText("DeviceID", kDeviceID));
+  xml.StringReg(enumeration,
+                {"DeviceVendorName", "Device Vendor Name", "Name of the device vendor.",
+                 "Name of the device vendor.", "Beginner"},
+                DeviceText("DeviceVendorName", kDeviceVendorName));
+  xml.StringReg(enumeration,
+                {"DeviceModelName", "Device Model Name", "Name of the device model.",
+                 "Name of the device model.", "Beginner"},
+                DeviceText("DeviceModelName", kDeviceModelName));
+  xml.RegisterEnumeration(
+      enumeration,
+      {"DeviceAccessStatus", "Device Access Status",
+       "Gives the device's access status at the moment of the last execution of DeviceUpdateList.",
+       "Gives the device's access status at the moment of the last execution of DeviceUpdateList.",
+       "Expert"},
+      AccessStatusEntries(), "DeviceAccessStatusReg");
+  xml.StringReg(
+      enumeration,
+      {"DeviceSerialNumber", "Device Serial Number", "Serial number of the remote device.",
+       "Serial number of the remote device.", "Expert"},
+      DeviceText("DeviceSerialNumber", kDeviceSerialNumber));
+  xml.StringReg(enumeration,
+                {"DeviceUserID", "Device User ID",
+                 "User-programmable device identifier of the remote device.",
+                 "User-programmable device identifier of the remote device.", "Expert"},
+                DeviceText("DeviceUserID", kDeviceUserID));
+  pugi::xml_node registers = xml.Group("Registers");
+  xml.IntReg(registers, {"DeviceUpdateListReg", kDeviceUpdateList, 4, "WO"});
+  xml.IntReg(registers, {"DeviceSelectorReg", kDeviceSelector, 4, "RW"});
+  xml.IntReg(registers,
+             {"DeviceAccessStatusReg", kDeviceAccessStatus, 4, "RO", {"DeviceSelectorReg"}, true});
+  xml.Port(registers, "Interface Port",
+           "The GenICam port through which the Interface module is accessed.");
+  return xml.Print();
+}

@@ -1,0 +1,38 @@
+// The GenTL System module: the root of the module tree, owner of the three interfaces, and a
+// port with its own description and virtual registers.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "modules/tcModulePort.h"
+
+class tcInterface;
+
+class tcSystem : public tcModulePort {
+ public:
+  tcSystem();
+  ~tcSystem() override;
+
+  GenTL::GC_ERROR Read(uint64_t address, void* buffer, size_t* size) override;
+  GenTL::GC_ERROR Write(uint64_t address, const void* buffer, size_t* size) override;
+
+  GenTL::GC_ERROR GetNumInterfaces(uint32_t* count);
+  GenTL::GC_ERROR GetInterfaceID(uint32_t index, char* id, size_t* size);
+  GenTL::GC_ERROR GetInterfaceInfo(const char* id, int32_t command, int32_t* type, void* buffer,
+                                   size_t* size);
+  GenTL::GC_ERROR OpenInterface(const char* id, void** handle);
+  // Creates the interfaces on the first call; the set never changes afterwards.
+  GenTL::GC_ERROR UpdateInterfaceList(GenTL::bool8_t* changed, uint64_t timeout);
+
+ protected:
+  std::string BuildXml() override;
+
+ private:
+  tcInterface* FindInterface(const char* id) const;
+
+  std::vector<std::unique_ptr<tcInterface>> SystemInterfaceList;
+  uint32_t InterfaceUpdateTimeout = 0;  // register 0x10808, guarded by the access mutex
+  uint32_t interfaceSelector_ = 0;      // register 0x10810, guarded by the access mutex
+};
