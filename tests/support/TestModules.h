@@ -37,9 +37,9 @@ class tcTestStream : public tcDataStream {
     for (; delivered < count; ++delivered) {
       tcBuffer* buffer = TakeInputBuffer();
       if (buffer == nullptr) break;
-      started_.fetch_add(1);
+      uint64_t frame = started_.fetch_add(1) + 1;
       buffer->sizeFilled = filled;
-      buffer->frameId = started_.load();
+      buffer->frameId = frame;
       DeliverBuffer(buffer);
       delivered_.fetch_add(1);
     }
