@@ -3,6 +3,7 @@
 #include "base/LogFormat.h"
 
 #include <cstdarg>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 
@@ -133,9 +134,13 @@ void PutFormatted(Sink* sink, const char* spec, ...) {
 void PutInteger(Sink* sink, const Directive& d, const LogArg& arg) {
   char spec[48];
   bool decimal = d.conversion == 'd' || d.conversion == 'i';
-  if (decimal && arg.kind == LogArg::Kind::kSigned) {
+  // A signed conversion of an unsigned value that fits keeps its flags ("%+d").
+  bool fitsSigned = arg.kind != LogArg::Kind::kUnsigned || arg.u <= INT64_MAX;
+  if (decimal && fitsSigned) {
     BuildSpec(spec, sizeof spec, d, "ll", 'd');
-    PutFormatted(sink, spec, static_cast<long long>(arg.i));
+    PutFormatted(sink, spec,
+                 arg.kind == LogArg::Kind::kSigned ? static_cast<long long>(arg.i)
+                                                   : static_cast<long long>(UnsignedView(arg)));
     return;
   }
   BuildSpec(spec, sizeof spec, d, "ll", decimal ? 'u' : d.conversion);

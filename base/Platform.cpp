@@ -23,3 +23,31 @@ uint64_t WallClockNs() {
 }
 
 }  // namespace platform
+
+#include <cctype>
+#include <cstdio>
+#include <filesystem>
+
+namespace platform {
+
+std::string AbsolutePath(const std::string& path) {
+  std::error_code error;
+  std::filesystem::path absolute = std::filesystem::absolute(path, error);
+  return error ? path : absolute.lexically_normal().string();
+}
+
+std::string FileUrlFromPath(const std::string& absolutePath, size_t limit) {
+  std::string url = "file://";
+  for (unsigned char c : absolutePath) {
+    if (isalnum(c) || c == '-' || c == '.' || c == '_' || c == '~' || c == '/') {
+      url += static_cast<char>(c);
+    } else {
+      char escaped[4];
+      snprintf(escaped, sizeof escaped, "%%%02X", c);
+      url += escaped;
+    }
+  }
+  return url.size() + 1 <= limit ? url : std::string();
+}
+
+}  // namespace platform

@@ -13,3 +13,16 @@ uint64_t MonotonicNs();
 uint64_t WallClockNs();
 
 }  // namespace platform
+
+#include <string>
+
+namespace platform {
+
+// The absolute form of `path` (relative paths are taken from the current directory).
+std::string AbsolutePath(const std::string& path);
+
+// A "file:///" URL of an absolute path, every byte outside the unreserved characters and "/"
+// percent-encoded; empty when the URL would not fit `limit` bytes with its terminating zero.
+std::string FileUrlFromPath(const std::string& absolutePath, size_t limit);
+
+}  // namespace platform

@@ -61,6 +61,7 @@ TEST(LogFormat, WideStringDirectivePrintsNarrowString) {
 
 TEST(LogFormat, FlagsWidthPrecisionAndFloats) {
   EXPECT_EQ(Format("Region %d %dx%d%+d%+d", 0, 0, 0, 1920, 1080), "Region 0 0x0+1920+1080");
+  EXPECT_EQ(Format("Region %d %dx%d%+d%+d", 1u, 16u, 8u, 320u, 200u), "Region 1 16x8+320+200");
   EXPECT_EQ(Format("[%s, 0x%X] <= %f", "Gain", 0x100u, 1.5), "[Gain, 0x100] <= 1.500000");
   EXPECT_EQ(Format("%5s|%-3d|%.2f", "ab", 7, 2.0), "   ab|7  |2.00");
   EXPECT_EQ(Format("%02X", 0x7u), "07");
