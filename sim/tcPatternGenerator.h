@@ -29,8 +29,14 @@
 
 // Marks a hot pixel loop to be compiled for AVX2 and SSSE3 besides the baseline, the best
 // version picked when the library loads: SSSE3's byte shuffles let the compiler vectorise the
-// interleaving of colour pixels, AVX2 doubles the vector width.
-#if defined(__x86_64__)
+// interleaving of colour pixels, AVX2 doubles the vector width. ThreadSanitizer instruments
+// the version resolvers, which run before its runtime is ready, so that build keeps one version.
+#if defined(__has_feature)
+#if __has_feature(thread_sanitizer)
+#define PATTERN_NO_CLONES
+#endif
+#endif
+#if defined(__x86_64__) && !defined(PATTERN_NO_CLONES)
 #define PATTERN_VECTOR_CLONES __attribute__((target_clones("avx2", "ssse3", "default")))
 #else
 #define PATTERN_VECTOR_CLONES
