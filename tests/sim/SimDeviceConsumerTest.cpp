@@ -478,4 +478,45 @@ TEST_F(SimDevice, EventEdgeCasesThroughTheApi) {
             GC_ERR_INVALID_PARAMETER);
 }
 
+TEST_F(SimDevice, MovedBuffersGiveEventsInInputOrderAndTheCountRegistersAgree) {
+  void* stream = OpenStream(OpenDevice());
+  void* event = RegisterEvent(stream);
+  int users[3] = {};
+  void* buffers[3] = {};
+  uint8_t memory[3][16];
+  for (int i = 0; i < 3; ++i) {
+    ASSERT_EQ(Lib().DSAnnounceBuffer(stream, memory[i], 16, &users[i], &buffers[i]),
+              GC_ERR_SUCCESS);
+  }
+  for (int i : {1, 2, 0})
+    ASSERT_EQ(Lib().DSQueueBuffer(stream, buffers[i]), GC_ERR_SUCCESS);
+  EXPECT_EQ(Lib().DSFlushQueue(stream, ACQ_QUEUE_INPUT_TO_OUTPUT), GC_ERR_SUCCESS);
+  EXPECT_EQ(ReadU32(stream, 0x10040), 3u);
+  EXPECT_EQ(ReadU32(stream, 0x10060), 3u);
+  EXPECT_EQ(StreamInfo<size_t>(stream, STREAM_INFO_NUM_AWAIT_DELIVERY), 3u);
+  for (int i : {1, 2, 0}) {
+    void* data[2] = {};
+    size_t size = sizeof data;
+    ASSERT_EQ(Lib().EventGetData(event, data, &size, 0), GC_ERR_SUCCESS);
+    EXPECT_EQ(data[0], buffers[i]);
+    EXPECT_EQ(data[1], &users[i]);
+  }
+  EXPECT_EQ(ReadU32(stream, 0x10060), 0u);
+  EXPECT_EQ(Lib().DSRevokeBuffer(stream, buffers[0], nullptr, nullptr), GC_ERR_BUSY)
+      << "still flagged queued: moved buffers keep their flag";
+}
+
+TEST_F(SimDevice, AnEmptyWaitIsLoggedAtDebugLevelOnly) {
+  void* stream = OpenStream(OpenDevice());
+  void* event = RegisterEvent(stream);
+  StderrCapture capture;
+  NextBuffer(event, 0, GC_ERR_TIMEOUT);
+  std::string log = capture.Text();
+  EXPECT_TRUE(HasLogLine(
+      log, R"(gentl: debug \[GenTL::EventGetData\] completed with code Timeout in [0-9]+ ms)"))
+      << log;
+  EXPECT_EQ(log.find("gentl: error"), std::string::npos) << log;
+  EXPECT_EQ(LastErrorCode(), GC_ERR_TIMEOUT);
+}
+
 }  // namespace
