@@ -6,6 +6,7 @@
 
 #include "base/Log.h"
 #include "modules/InfoAnswer.h"
+#include "modules/PortInfoTable.h"
 
 using namespace GenTL;
 
@@ -88,51 +89,12 @@ GC_ERROR tcModulePort::GetPortURLInfo(uint32_t index, int32_t command, int32_t* 
 }
 
 GC_ERROR tcModulePort::GetPortInfo(int32_t command, int32_t* type, void* buffer, size_t* size) {
-  if (type == nullptr || size == nullptr) return GC_ERR_INVALID_PARAMETER;
-  const char* text = nullptr;
-  int flag = -1;
-  switch (command) {
-    case PORT_INFO_ID:
-    case PORT_INFO_MODEL:
-      text = identity_.portId;
-      break;
-    case PORT_INFO_VENDOR:
-      text = "Vantora LLC";
-      break;
-    case PORT_INFO_TLTYPE:
-      text = "Custom";
-      break;
-    case PORT_INFO_MODULE:
-      text = identity_.module;
-      break;
-    case PORT_INFO_VERSION:
-      text = "1.1.1";
-      break;
-    case PORT_INFO_PORTNAME:
-      text = identity_.portName;
-      break;
-    case PORT_INFO_LITTLE_ENDIAN:
-    case PORT_INFO_ACCESS_READ:
-    case PORT_INFO_ACCESS_WRITE:
-      flag = 1;
-      break;
-    case PORT_INFO_BIG_ENDIAN:
-    case PORT_INFO_ACCESS_NA:
-    case PORT_INFO_ACCESS_NI:
-      flag = 0;
-      break;
-    default:
-      *type = INFO_DATATYPE_UNKNOWN;
-      if (identity_.warnUnknownInfo) {
-        LogPrint(kLogWarning, tsMethodName(identity_.moduleClass, "GetPortInfo").text,
-                 "%s, iInfoCmd = %d (Request Not Implemented)", Name(), command);
-      }
-      return GC_ERR_NOT_IMPLEMENTED;
+  const tsPortInfoTexts texts = {identity_.portId, "Vantora LLC", "Custom",
+                                 identity_.module, "1.1.1",       identity_.portName};
+  GC_ERROR result = AnswerPortInfo(texts, command, type, buffer, size);
+  if (result == GC_ERR_NOT_IMPLEMENTED && identity_.warnUnknownInfo) {
+    LogPrint(kLogWarning, tsMethodName(identity_.moduleClass, "GetPortInfo").text,
+             "%s, iInfoCmd = %d (Request Not Implemented)", Name(), command);
   }
-  if (text != nullptr) {
-    *type = INFO_DATATYPE_STRING;
-    return CopyText(text, buffer, size);
-  }
-  *type = INFO_DATATYPE_BOOL8;
-  return CopyValue(static_cast<bool8_t>(flag), buffer, size);
+  return result;
 }

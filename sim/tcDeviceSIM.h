@@ -104,7 +104,8 @@ class tcDeviceSIM : public tcDevice {
   bool GetRegData(const pugi::xml_node& element, tsRegAccess& record);
   // The record holding `address` and the offset of `address` within it.
   GenTL::GC_ERROR GetRegAccess(uint64_t address, tsRegAccess** record, uint64_t* offset);
-  tsRegAccess* FindByName(const std::string& name);
+  // The register named `name`; logs "<kind> <name> register not found" for `caller` if none.
+  tsRegAccess* FindNamed(const std::string& name, const char* kind, const char* caller);
   void AddRecord(tsRegAccess record, const char* kindWord);
   void WriteDefaults();
   // The bytes a register reads as now (computed registers included).

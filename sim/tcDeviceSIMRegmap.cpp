@@ -161,9 +161,12 @@ GC_ERROR tcDeviceSIM::GetRegAccess(uint64_t address, tsRegAccess** record, uint6
   return GC_ERR_INVALID_ADDRESS;
 }
 
-tcDeviceSIM::tsRegAccess* tcDeviceSIM::FindByName(const std::string& name) {
+tcDeviceSIM::tsRegAccess* tcDeviceSIM::FindNamed(const std::string& name, const char* kind,
+                                                 const char* caller) {
   auto it = addresses_.find(name);
-  return it != addresses_.end() ? &regmap_.at(it->second) : nullptr;
+  if (it != addresses_.end()) return &regmap_.at(it->second);
+  LogPrintFrom(kLogError, caller, "%s %s register not found", kind, name);
+  return nullptr;
 }
 
 uint32_t tcDeviceSIM::RegionValue(Role role) const {
@@ -294,22 +297,16 @@ GC_ERROR tcDeviceSIM::WriteRegisters(uint64_t address, const void* buffer, size_
 }
 
 bool tcDeviceSIM::GetInt(const std::string& name, uint64_t* value) {
-  tsRegAccess* record = FindByName(name);
-  if (record == nullptr) {
-    GENTL_LOG(kLogError, "Int %s register not found", name);
-    return false;
-  }
+  tsRegAccess* record = FindNamed(name, "Int", __PRETTY_FUNCTION__);
+  if (record == nullptr) return false;
   *value = LittleEndian(CurrentBytes(*record));
   GENTL_LOG(kLogDebug, "[%s, 0x%X] <= %u", name, record->address, *value);
   return true;
 }
 
 bool tcDeviceSIM::SetInt(const std::string& name, uint64_t value) {
-  tsRegAccess* record = FindByName(name);
-  if (record == nullptr) {
-    GENTL_LOG(kLogError, "Int %s register not found", name);
-    return false;
-  }
+  tsRegAccess* record = FindNamed(name, "Int", __PRETTY_FUNCTION__);
+  if (record == nullptr) return false;
   std::vector<uint8_t> bytes = CurrentBytes(*record);
   GENTL_LOG(kLogDebug, "[%s, 0x%X] %u => %u", name, record->address, LittleEndian(bytes), value);
   StoreLittleEndian(bytes, value);
@@ -317,11 +314,8 @@ bool tcDeviceSIM::SetInt(const std::string& name, uint64_t value) {
 }
 
 bool tcDeviceSIM::GetFloat(const std::string& name, double* value) {
-  tsRegAccess* record = FindByName(name);
-  if (record == nullptr) {
-    GENTL_LOG(kLogError, "Float %s register not found", name);
-    return false;
-  }
+  tsRegAccess* record = FindNamed(name, "Float", __PRETTY_FUNCTION__);
+  if (record == nullptr) return false;
   if (record->length == 4) {
     float single = 0;
     memcpy(&single, record->data.data(), 4);
@@ -335,11 +329,8 @@ bool tcDeviceSIM::GetFloat(const std::string& name, double* value) {
 }
 
 bool tcDeviceSIM::SetFloat(const std::string& name, double value) {
-  tsRegAccess* record = FindByName(name);
-  if (record == nullptr) {
-    GENTL_LOG(kLogError, "Float %s register not found", name);
-    return false;
-  }
+  tsRegAccess* record = FindNamed(name, "Float", __PRETTY_FUNCTION__);
+  if (record == nullptr) return false;
   GENTL_LOG(kLogDebug, "[%s, 0x%X] => %f", name, record->address, value);
   if (record->length == 4) {
     float single = static_cast<float>(value);
@@ -351,11 +342,8 @@ bool tcDeviceSIM::SetFloat(const std::string& name, double value) {
 }
 
 bool tcDeviceSIM::GetString(const std::string& name, std::string* value) {
-  tsRegAccess* record = FindByName(name);
-  if (record == nullptr) {
-    GENTL_LOG(kLogError, "String %s register not found", name);
-    return false;
-  }
+  tsRegAccess* record = FindNamed(name, "String", __PRETTY_FUNCTION__);
+  if (record == nullptr) return false;
   const char* text = reinterpret_cast<const char*>(record->data.data());
   value->assign(text, strnlen(text, record->data.size()));
   GENTL_LOG(kLogDebug, "[%s, 0x%X] <= %s", name, record->address, *value);
@@ -363,11 +351,8 @@ bool tcDeviceSIM::GetString(const std::string& name, std::string* value) {
 }
 
 bool tcDeviceSIM::SetString(const std::string& name, const std::string& value) {
-  tsRegAccess* record = FindByName(name);
-  if (record == nullptr || record->length == 0) {
-    GENTL_LOG(kLogError, "String %s register not found", name);
-    return false;
-  }
+  tsRegAccess* record = FindNamed(name, "String", __PRETTY_FUNCTION__);
+  if (record == nullptr || record->length == 0) return false;
   GENTL_LOG(kLogDebug, "[%s, 0x%X] => %s", name, record->address, value);
   std::fill(record->data.begin(), record->data.end(), 0);
   memcpy(record->data.data(), value.data(), std::min<size_t>(value.size(), record->length - 1));
@@ -375,11 +360,8 @@ bool tcDeviceSIM::SetString(const std::string& name, const std::string& value) {
 }
 
 bool tcDeviceSIM::GetRegister(const std::string& name, uint64_t offset, uint32_t* value) {
-  tsRegAccess* record = FindByName(name);
-  if (record == nullptr) {
-    GENTL_LOG(kLogError, "Register %s register not found", name);
-    return false;
-  }
+  tsRegAccess* record = FindNamed(name, "Register", __PRETTY_FUNCTION__);
+  if (record == nullptr) return false;
   if (record->length < 4 || offset > record->length - 4) {
     GENTL_LOG(kLogError, "Register offset too large: %lu", offset);
     return false;
@@ -391,11 +373,8 @@ bool tcDeviceSIM::GetRegister(const std::string& name, uint64_t offset, uint32_t
 }
 
 bool tcDeviceSIM::SetRegister(const std::string& name, uint64_t offset, uint32_t value) {
-  tsRegAccess* record = FindByName(name);
-  if (record == nullptr) {
-    GENTL_LOG(kLogError, "Register %s register not found", name);
-    return false;
-  }
+  tsRegAccess* record = FindNamed(name, "Register", __PRETTY_FUNCTION__);
+  if (record == nullptr) return false;
   if (record->length < 4 || offset > record->length - 4) {
     GENTL_LOG(kLogError, "Register offset too large: %lu", offset);
     return false;

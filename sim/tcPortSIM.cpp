@@ -4,6 +4,7 @@
 #include "base/Log.h"
 #include "base/Platform.h"
 #include "modules/InfoAnswer.h"
+#include "modules/PortInfoTable.h"
 #include "sim/tcDeviceSIM.h"
 
 using namespace GenTL;
@@ -75,48 +76,11 @@ GC_ERROR tcPortSIM::GetPortURLInfo(uint32_t index, int32_t command, int32_t* typ
 }
 
 GC_ERROR tcPortSIM::GetPortInfo(int32_t command, int32_t* type, void* buffer, size_t* size) {
-  if (type == nullptr || size == nullptr) return GC_ERR_INVALID_PARAMETER;
-  const char* text = nullptr;
-  int flag = -1;
-  switch (command) {
-    case PORT_INFO_ID:
-    case PORT_INFO_MODEL:
-      text = "SimCamPort";
-      break;
-    case PORT_INFO_VENDOR:
-      text = "Vantora LLC";
-      break;
-    case PORT_INFO_TLTYPE:
-      text = "Custom";
-      break;
-    case PORT_INFO_MODULE:
-      text = "TLDevice";
-      break;
-    case PORT_INFO_VERSION:
-      text = "2.9.0.102";
-      break;
-    case PORT_INFO_PORTNAME:
-      text = "Device";
-      break;
-    case PORT_INFO_LITTLE_ENDIAN:
-    case PORT_INFO_ACCESS_READ:
-    case PORT_INFO_ACCESS_WRITE:
-      flag = 1;
-      break;
-    case PORT_INFO_BIG_ENDIAN:
-    case PORT_INFO_ACCESS_NA:
-    case PORT_INFO_ACCESS_NI:
-      flag = 0;
-      break;
-    default:
-      *type = INFO_DATATYPE_UNKNOWN;
-      GENTL_LOG(kLogWarning, "%s, iInfoCmd = %d (Request Not Implemented)", Name(), command);
-      return GC_ERR_NOT_IMPLEMENTED;
+  const tsPortInfoTexts texts = {"SimCamPort", "Vantora LLC", "Custom",
+                                 "TLDevice",   "2.9.0.102",   "Device"};
+  GC_ERROR result = AnswerPortInfo(texts, command, type, buffer, size);
+  if (result == GC_ERR_NOT_IMPLEMENTED) {
+    GENTL_LOG(kLogWarning, "%s, iInfoCmd = %d (Request Not Implemented)", Name(), command);
   }
-  if (text != nullptr) {
-    *type = INFO_DATATYPE_STRING;
-    return CopyText(text, buffer, size);
-  }
-  *type = INFO_DATATYPE_BOOL8;
-  return CopyValue(static_cast<bool8_t>(flag), buffer, size);
+  return result;
 }

@@ -79,7 +79,7 @@ TEST(StreamConcurrency, EveryDeliveredBufferIsReceivedOrDiscardedOnce) {
       stream.ReadPort(0x10040, &count, &size);
       size = 4;
       stream.ReadPort(0x10060, &count, &size);
-      if (round % 512 == 0) {
+      if (round % 8 == 0) {
         {
           std::lock_guard<std::recursive_mutex> lock(stream.StreamMutex());
           size = sizeof value;
