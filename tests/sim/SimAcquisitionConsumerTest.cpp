@@ -1,6 +1,9 @@
 // Acquisitions on the simulated camera through the exported API: full cycles, frame budgets,
 // regions, waiting for buffers, stopping and closing while acquiring. Run serially: the frame
 // thread busy-waits for buffers and the machine may have only two cores.
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <chrono>
 #include <cstring>
 #include <thread>
@@ -235,6 +238,26 @@ TEST_F(SimAcquisition, KillWakesAConsumerWaitingForever) {
   waiter.join();
   EXPECT_EQ(result, GC_ERR_ABORT);
   EXPECT_EQ(Lib().DSStopAcquisition(stream_, ACQ_STOP_FLAGS_DEFAULT), GC_ERR_SUCCESS);
+}
+
+}  // namespace
+
+namespace {
+
+// A consumer that exits while acquiring, without TLClose or GCCloseLib, must not crash.
+TEST_F(SimAcquisition, ExitingWithoutClosingAnythingEndsCleanly) {
+  QueueBuffers(stream_, 2, payload_);
+  fflush(nullptr);
+  pid_t child = fork();
+  if (child == 0) {
+    GenTL::GC_ERROR started = Lib().DSStartAcquisition(stream_, 0, GENTL_INFINITE);
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    exit(started == GC_ERR_SUCCESS ? 0 : 3);
+  }
+  int status = 0;
+  ASSERT_EQ(waitpid(child, &status, 0), child);
+  EXPECT_TRUE(WIFEXITED(status)) << "signal " << (WIFSIGNALED(status) ? WTERMSIG(status) : 0);
+  EXPECT_EQ(WEXITSTATUS(status), 0);
 }
 
 }  // namespace

@@ -1,94 +1,99 @@
-// gentl-tool: a GenTL consumer on the command line. Loads gentl.cti through dlopen and uses
-// the exported GenTL functions only.
-#include <unistd.h>
-
+// gentl-tool: a GenTL consumer on the command line. Loads gentl.cti with dlopen and uses the
+// exported GenTL functions only.
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
+#include <exception>
 #include <string>
 
-#include "GenTLLibrary.h"
+#include "tcArguments.h"
+#include "tcGrabCommand.h"
+#include "tcInfoCommand.h"
+#include "tcListCommand.h"
+#include "tcRegisterCommand.h"
+#include "tcToolError.h"
+#include "tcXmlCommand.h"
 
 namespace {
 
-// The producer next to this program (build tree) or in ../lib/gentl (installed layout).
-std::string DefaultProducerPath() {
-  if (const char* path = getenv("GENTL_CTI")) return path;
-  char self[4096];
-  ssize_t n = readlink("/proc/self/exe", self, sizeof self - 1);
-  if (n <= 0) return "gentl.cti";
-  self[n] = '\0';
-  std::string dir(self);
-  dir.erase(dir.find_last_of('/'));
-  std::string beside = dir + "/gentl.cti";
-  if (access(beside.c_str(), R_OK) == 0) return beside;
-  return dir + "/../lib/gentl/gentl.cti";
-}
+constexpr const char* kUsage = R"(usage: gentl-tool COMMAND [OPTIONS]
 
-int Fail(GenTLLibrary& lib, const char* call, GenTL::GC_ERROR code) {
-  char text[256] = "";
-  size_t size = sizeof text;
-  GenTL::GC_ERROR last = code;
-  if (lib.GCGetLastError != nullptr) lib.GCGetLastError(&last, text, &size);
-  fprintf(stderr, "gentl-tool: %s failed with code %d (%s)\n", call, code, text);
-  return 1;
-}
+Commands:
+  list                      interfaces, and the devices of the Simulated interface (or of the
+                            one named with --interface; no other interface is searched)
+  info                      library information, or that of the module the options choose
+  xml [MODULE] [-o FILE]    a module's GenApi description (MODULE: system, interface, device,
+                            stream or remote; default: the one the options choose)
+  read ADDRESS              read a register (--size N bytes, default 4)
+  write ADDRESS VALUE       write a register, then read it back
+  grab                      stream frames, save some as PNG, report rates and losses
 
-const char* const kInfoNames[] = {"ID",          "Vendor",       "Model",
-                                  "Version",     "TL type",      "File name",
-                                  "Path name",   "Display name", "Character encoding",
-                                  "GenTL major", "GenTL minor"};
+Choosing a module (info, xml, read, write):
+  (none)                    the system module (info: the library)
+  --interface ID            an interface (default for the options below: Simulated)
+  --device ID               a device (default for --stream and --remote: the first one)
+  --stream ID               a data stream of the device (default: the first one)
+  --remote                  the remote device's port
+  --port                    info: also the port information and description URLs
 
-int PrintLibraryInfo(GenTLLibrary& lib) {
-  if (lib.GCInitLib == nullptr || lib.GCGetInfo == nullptr) {
-    fprintf(stderr, "gentl-tool: the producer does not export GCInitLib and GCGetInfo\n");
-    return 1;
-  }
-  GenTL::GC_ERROR status = lib.GCInitLib();
-  if (status != GenTL::GC_ERR_SUCCESS) return Fail(lib, "GCInitLib", status);
-  printf("Library information\n");
-  for (int cmd = GenTL::TL_INFO_ID; cmd <= GenTL::TL_INFO_GENTL_VER_MINOR; ++cmd) {
-    char value[2048] = "";
-    size_t size = sizeof value;
-    GenTL::INFO_DATATYPE type = GenTL::INFO_DATATYPE_UNKNOWN;
-    status = lib.GCGetInfo(cmd, &type, value, &size);
-    if (status != GenTL::GC_ERR_SUCCESS) return Fail(lib, "GCGetInfo", status);
-    if (type == GenTL::INFO_DATATYPE_STRING) {
-      printf("  %-20s %s\n", kInfoNames[cmd], value);
-    } else {
-      uint32_t number = 0;
-      memcpy(&number, value, sizeof number);
-      printf("  %-20s %u\n", kInfoNames[cmd], number);
-    }
-  }
-  lib.GCCloseLib();
-  return 0;
-}
+read and write:
+  ADDRESS, N                decimal or 0x-hexadecimal
+  --size N                  bytes; other sizes than 1, 2, 4 and 8 are shown as a hex dump
+  VALUE                     a number (little-endian, --size 1, 2, 4 or 8, default 4) or hex
+                            byte pairs such as de:ad:be:ef (any size)
 
-void Usage() {
-  fprintf(stderr,
-          "usage: gentl-tool [--cti PATH] info\n"
-          "  info    print the library information of the GenTL producer\n");
+grab (the first device of Simulated, or --device ID on --interface ID):
+  --count N                 frames to grab (default 10)
+  --duration SECONDS        grab for a time instead
+  --buffers N               buffers to announce (default 4)
+  --save-every K            save frames 0, K, 2K, ... as PNG
+  --save LIST               save the frames listed, such as 0,5,10-12
+  --out DIR                 folder of the PNG files (default: .; alone: saves frame 0)
+  --set ADDRESS=VALUE       write a remote-device register first (VALUE as for write)
+  --feature NAME=VALUE      set an Integer, Enumeration or Boolean feature of the camera's
+                            description first, such as PixelFormat=RGB8 or TestPattern=Grid
+  --timeout MS              give up when no frame arrives for MS ms (default 5000)
+  --quiet                   print the summary only
+
+Everywhere:
+  --cti PATH                the GenTL producer (default: $GENTL_CTI, gentl.cti beside the tool,
+                            or the installed one)
+  --help                    this text
+
+The simulated camera serves $SIMCAM_XML_FILE; when it is unset, gentl-tool uses the camera file
+it was installed or built with.
+)";
+
+int Run(const tcArguments& arguments) {
+  const std::string& command = arguments.Command();
+  if (command == "list") return tcListCommand(arguments).Run();
+  if (command == "info") return tcInfoCommand(arguments).Run();
+  if (command == "xml") return tcXmlCommand(arguments).Run();
+  if (command == "read") return tcRegisterCommand(arguments, false).Run();
+  if (command == "write") return tcRegisterCommand(arguments, true).Run();
+  if (command == "grab") return tcGrabCommand(arguments).Run();
+  if (command.empty()) throw UsageError("no command given.");
+  throw UsageError("unknown command \"" + command + "\".");
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  std::string cti = DefaultProducerPath();
-  int arg = 1;
-  if (arg + 1 < argc && strcmp(argv[arg], "--cti") == 0) {
-    cti = argv[arg + 1];
-    arg += 2;
+  try {
+    const tcArguments arguments(argc, argv);
+    if (arguments.Has("--help") || arguments.Command() == "help") {
+      fputs(kUsage, stdout);
+      return 0;
+    }
+    return Run(arguments);
+  } catch (const tcToolError& error) {
+    fflush(stdout);
+    fprintf(stderr, "gentl-tool: %s\n", error.what());
+    if (error.ExitCode() == tcToolError::kUsage) {
+      fprintf(stderr, "Run gentl-tool --help for usage.\n");
+    }
+    return error.ExitCode();
+  } catch (const std::exception& error) {
+    fflush(stdout);
+    fprintf(stderr, "gentl-tool: %s\n", error.what());
+    return tcToolError::kFailure;
   }
-  if (arg >= argc || strcmp(argv[arg], "info") != 0) {
-    Usage();
-    return 2;
-  }
-  GenTLLibrary lib;
-  if (!lib.Open(cti)) {
-    fprintf(stderr, "gentl-tool: cannot load the GenTL producer %s: %s\n", cti.c_str(),
-            lib.Error().c_str());
-    return 1;
-  }
-  return PrintLibraryInfo(lib);
 }
