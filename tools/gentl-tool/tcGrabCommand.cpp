@@ -12,7 +12,7 @@
 #include "sim/PixelFormat.h"
 #include "tcAcquisition.h"
 #include "tcFeatureMap.h"
-#include "tcPort.h"
+#include "tcPortAccess.h"
 #include "tcProducer.h"
 #include "tcRegisterCommand.h"
 #include "tcSession.h"
@@ -97,7 +97,7 @@ tcGrabCommand::tcGrabCommand(const tcArguments& arguments)
   }
 }
 
-void tcGrabCommand::ApplySettings(tcPort& remote) {
+void tcGrabCommand::ApplySettings(tcPortAccess& remote) {
   std::unique_ptr<tcFeatureMap> features;
   for (const auto& [option, text] : arguments_.Options()) {
     if (option != "--set" && option != "--feature") continue;
@@ -159,7 +159,7 @@ int tcGrabCommand::Run() {
   tcSession session(producer);
   session.OpenInterface(arguments_.Value("--interface", "Simulated"));
   session.OpenDevice(arguments_.Value("--device"));
-  tcPort remote(producer, session.RemotePort());
+  tcPortAccess remote(producer, session.RemotePort());
   ApplySettings(remote);
   session.OpenStream(arguments_.Value("--stream"));
   tcAcquisition acquisition(producer, session.Stream(), buffers_);

@@ -10,7 +10,7 @@
 #include "tcGrabProgress.h"
 
 class tcAcquisition;
-class tcPort;
+class tcPortAccess;
 
 class tcGrabCommand {
  public:
@@ -20,7 +20,7 @@ class tcGrabCommand {
 
  private:
   // Applies --set ADDRESS=VALUE and --feature NAME=VALUE in command-line order.
-  void ApplySettings(tcPort& remote);
+  void ApplySettings(tcPortAccess& remote);
   // Streams until the count is reached, the duration is over or Ctrl-C.
   void Stream(tcAcquisition& acquisition, tcGrabProgress& progress);
   bool Done(uint64_t frames, double seconds) const;

@@ -4,7 +4,7 @@
 #include <cstdio>
 
 #include "Numbers.h"
-#include "tcPort.h"
+#include "tcPortAccess.h"
 #include "tcProducer.h"
 #include "tcSession.h"
 #include "tcToolError.h"
@@ -68,7 +68,7 @@ int tcRegisterCommand::Run() {
   tsModuleChoice choice = ChooseModule(arguments_, "");
   tcProducer producer(arguments_.Value("--cti"));
   tcSession session(producer);
-  tcPort port(producer, session.OpenPort(choice));
+  tcPortAccess port(producer, session.OpenPort(choice));
   if (!write_) {
     PrintValue(address_, port.Read(address_, size_));
     return 0;

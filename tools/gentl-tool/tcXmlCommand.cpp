@@ -6,7 +6,7 @@
 #include <cstring>
 #include <fstream>
 
-#include "tcPort.h"
+#include "tcPortAccess.h"
 #include "tcProducer.h"
 #include "tcSession.h"
 #include "tcToolError.h"
@@ -21,7 +21,7 @@ int tcXmlCommand::Run() {
   tcProducer producer(arguments_.Value("--cti"));
   tcSession session(producer);
   const GenTL::PORT_HANDLE port = session.OpenPort(choice);
-  const tcPort::tsDescription description = tcPort(producer, port).Description();
+  const tcPortAccess::tsDescription description = tcPortAccess(producer, port).Description();
   const std::string output = arguments_.Value("-o", "-");
   if (output == "-") {
     fwrite(description.text.data(), 1, description.text.size(), stdout);

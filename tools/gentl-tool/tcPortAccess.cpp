@@ -1,5 +1,5 @@
 // Port register access and description retrieval through local: and file: URLs.
-#include "tcPort.h"
+#include "tcPortAccess.h"
 
 #include <strings.h>
 
@@ -49,7 +49,7 @@ tcToolError BadUrl(const std::string& url) {
 
 }  // namespace
 
-std::vector<uint8_t> tcPort::Read(uint64_t address, size_t size) {
+std::vector<uint8_t> tcPortAccess::Read(uint64_t address, size_t size) {
   std::vector<uint8_t> bytes(size);
   size_t done = size;
   const GC_ERROR code = producer_.Lib().GCReadPort(port_, address, bytes.data(), &done);
@@ -59,14 +59,14 @@ std::vector<uint8_t> tcPort::Read(uint64_t address, size_t size) {
   return bytes;
 }
 
-void tcPort::Write(uint64_t address, const std::vector<uint8_t>& bytes) {
+void tcPortAccess::Write(uint64_t address, const std::vector<uint8_t>& bytes) {
   size_t size = bytes.size();
   const GC_ERROR code = producer_.Lib().GCWritePort(port_, address, bytes.data(), &size);
   producer_.Check("GCWritePort(" + Hex(address) + ", " + std::to_string(bytes.size()) + " bytes)",
                   code);
 }
 
-std::string tcPort::Url() {
+std::string tcPortAccess::Url() {
   char url[4096] = "";
   size_t size = sizeof url;
   INFO_DATATYPE type = INFO_DATATYPE_UNKNOWN;
@@ -81,7 +81,7 @@ std::string tcPort::Url() {
   return std::string(url, strnlen(url, sizeof url));
 }
 
-tcPort::tsDescription tcPort::Description() {
+tcPortAccess::tsDescription tcPortAccess::Description() {
   const std::string url = Url();
   if (StartsWithNoCase(url, "local:")) return ReadLocal(url);
   if (StartsWithNoCase(url, "file:")) return ReadFile(url);
@@ -89,7 +89,7 @@ tcPort::tsDescription tcPort::Description() {
                     "\", which gentl-tool cannot fetch (it reads local: and file: URLs).");
 }
 
-tcPort::tsDescription tcPort::ReadLocal(const std::string& url) {
+tcPortAccess::tsDescription tcPortAccess::ReadLocal(const std::string& url) {
   // local:[///]name;address;length with address and length hexadecimal.
   std::string body = UrlBody(url);
   body.erase(0, body.find_first_not_of('/'));
@@ -110,7 +110,7 @@ tcPort::tsDescription tcPort::ReadLocal(const std::string& url) {
   return {url, body.substr(0, first), std::string(bytes.begin(), bytes.end())};
 }
 
-tcPort::tsDescription tcPort::ReadFile(const std::string& url) {
+tcPortAccess::tsDescription tcPortAccess::ReadFile(const std::string& url) {
   // file:///absolute/path or file:relative/path, percent-encoded.
   std::string path = UrlBody(url);
   if (path.rfind("//", 0) == 0) path.erase(0, 2);

@@ -7,7 +7,7 @@
 
 #include "tcProducer.h"
 
-class tcPort {
+class tcPortAccess {
  public:
   struct tsDescription {
     std::string url;       // as the port gives it
@@ -15,7 +15,7 @@ class tcPort {
     std::string text;      // the description's bytes
   };
 
-  tcPort(tcProducer& producer, GenTL::PORT_HANDLE port) : producer_(producer), port_(port) {}
+  tcPortAccess(tcProducer& producer, GenTL::PORT_HANDLE port) : producer_(producer), port_(port) {}
 
   std::vector<uint8_t> Read(uint64_t address, size_t size);
   void Write(uint64_t address, const std::vector<uint8_t>& bytes);
