@@ -73,7 +73,7 @@ TEST(ToolList, ShowsTheSimulatedCameraAndSearchesNoOtherInterface) {
   EXPECT_THAT(run.out, HasSubstr("Model            Simulated Camera"));
   EXPECT_THAT(run.out, HasSubstr("Serial number    1001001"));
   EXPECT_THAT(run.out, HasSubstr("Access status    ReadWrite"));
-  EXPECT_THAT(run.out, HasSubstr("Interface GEV\n    (not searched for devices"));
+  EXPECT_THAT(run.out, HasSubstr("Interface GEV\n    (not opened or searched"));
   EXPECT_THAT(run.out, HasSubstr("Interface U3V"));
   EXPECT_EQ(run.err, "");
 }
@@ -91,7 +91,7 @@ TEST(ToolList, SearchesTheNamedInterfaceToo) {
   EXPECT_THAT(run.out,
               HasSubstr("Interface U3V\n    Display name     U3V\n    TL type          U3V\n"
                         "    (no devices)"));
-  EXPECT_THAT(run.out, HasSubstr("Interface GEV\n    (not searched for devices"));
+  EXPECT_THAT(run.out, HasSubstr("Interface GEV\n    (not opened or searched"));
 }
 
 TEST(ToolList, NamesTheInterfacesWhenOneIsUnknown) {

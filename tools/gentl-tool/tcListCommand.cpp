@@ -34,22 +34,23 @@ int tcListCommand::Run() {
 void tcListCommand::PrintInterface(tcProducer& producer, tcInfoPrinter& info, const std::string& id,
                                    bool search) {
   GenTLLibrary& lib = producer.Lib();
-  tcSession session(producer);
-  const IF_HANDLE interface = session.OpenInterface(id);
   printf("  Interface %s\n", id.c_str());
+  // Asked through the system, so that an interface that is not searched is not opened either.
   auto interfaceInfo = [&](INTERFACE_INFO_CMD command, const char* label, const char* call) {
     const auto text = info.Text(call, [&](INFO_DATATYPE* type, void* buffer, size_t* size) {
-      return lib.IFGetInfo(interface, command, type, buffer, size);
+      return lib.TLGetInterfaceInfo(producer.System(), id.c_str(), command, type, buffer, size);
     });
     if (text) printf("    %-16s %s\n", label, text->c_str());
   };
-  interfaceInfo(INTERFACE_INFO_DISPLAYNAME, "Display name", "IFGetInfo(DISPLAYNAME)");
-  interfaceInfo(INTERFACE_INFO_TLTYPE, "TL type", "IFGetInfo(TLTYPE)");
+  interfaceInfo(INTERFACE_INFO_DISPLAYNAME, "Display name", "TLGetInterfaceInfo(DISPLAYNAME)");
+  interfaceInfo(INTERFACE_INFO_TLTYPE, "TL type", "TLGetInterfaceInfo(TLTYPE)");
   if (!search) {
-    printf("    (not searched for devices; gentl-tool list --interface %s searches it)\n",
+    printf("    (not opened or searched; gentl-tool list --interface %s searches it)\n",
            id.c_str());
     return;
   }
+  tcSession session(producer);
+  const IF_HANDLE interface = session.OpenInterface(id);
   const auto& devices = session.DeviceIds();
   if (devices.empty()) printf("    (no devices)\n");
   for (const std::string& device : devices) {
