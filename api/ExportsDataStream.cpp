@@ -1,22 +1,19 @@
-// DS-family exports: a null handle is GC_ERR_INVALID_HANDLE; any other handle is trusted to be a
-// data stream handed out by DevOpenDataStream. Chunk data and multi-part buffers are not
-// supported.
+// DS-family exports: a null handle, or one that is not a live data stream (closed with its
+// device, say), is GC_ERR_INVALID_HANDLE. Chunk data and multi-part buffers are not supported.
 #include "GenTL.h"
 #include "api/Frame.h"
+#include "api/PinnedHandle.h"
 #include "stream/tcDataStream.h"
 
 namespace GenTL {
 
 namespace {
 
-tcDataStream* StreamOf(DS_HANDLE handle) {
-  return static_cast<tcDataStream*>(handle);
-}
-
 template <typename Operation>
 GC_ERROR ForwardToStream(const char* signature, DS_HANDLE handle, Operation&& operation) {
   return Framed(signature, kForwardingCall, [&]() -> GC_ERROR {
-    return handle == nullptr ? GC_ERR_INVALID_HANDLE : operation(StreamOf(handle));
+    tsPinned<tcDataStream> stream = PinAs<tcDataStream>(handle, HandleKind::kDataStream);
+    return stream.object == nullptr ? GC_ERR_INVALID_HANDLE : operation(stream.object);
   });
 }
 

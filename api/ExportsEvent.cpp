@@ -1,8 +1,8 @@
-// Event-family exports. GCRegisterEvent/GCUnregisterEvent accept data stream handles only
-// (checked in the handle registry); the Event* calls trust a non-null event handle.
+// Event-family exports. GCRegisterEvent/GCUnregisterEvent accept data stream handles only; the
+// Event* calls accept live event handles. Anything else is GC_ERR_INVALID_HANDLE.
 #include "GenTL.h"
 #include "api/Frame.h"
-#include "api/HandleRegistry.h"
+#include "api/PinnedHandle.h"
 #include "stream/tcDataStream.h"
 #include "stream/tcEvent.h"
 
@@ -10,20 +10,19 @@ namespace GenTL {
 
 namespace {
 
-tcDataStream* EventSourceOf(EVENTSRC_HANDLE handle) {
-  std::optional<HandleKind> kind = HandleRegistry::Find(handle);
-  if (kind != HandleKind::kDataStream) return nullptr;
-  return static_cast<tcDataStream*>(handle);
-}
-
-tcEvent* EventOf(EVENT_HANDLE handle) {
-  return static_cast<tcEvent*>(handle);
+template <typename Operation>
+GC_ERROR ForwardToSource(const char* signature, EVENTSRC_HANDLE handle, Operation&& operation) {
+  return Framed(signature, kForwardingCall, [&]() -> GC_ERROR {
+    tsPinned<tcDataStream> source = PinAs<tcDataStream>(handle, HandleKind::kDataStream);
+    return source.object == nullptr ? GC_ERR_INVALID_HANDLE : operation(source.object);
+  });
 }
 
 template <typename Operation>
 GC_ERROR ForwardToEvent(const char* signature, EVENT_HANDLE handle, Operation&& operation) {
   return Framed(signature, kForwardingCall, [&]() -> GC_ERROR {
-    return handle == nullptr ? GC_ERR_INVALID_HANDLE : operation(EventOf(handle));
+    tsPinned<tcEvent> event = PinAs<tcEvent>(handle, HandleKind::kEvent);
+    return event.object == nullptr ? GC_ERR_INVALID_HANDLE : operation(event.object);
   });
 }
 
@@ -32,17 +31,14 @@ GC_ERROR ForwardToEvent(const char* signature, EVENT_HANDLE handle, Operation&& 
 // The event belongs to the stream; it lives until GCUnregisterEvent or the stream's end.
 GC_ERROR GC_CALLTYPE GCRegisterEvent(EVENTSRC_HANDLE hEventSrc, EVENT_TYPE iEventID,
                                      EVENT_HANDLE* phEvent) {
-  return Framed(__PRETTY_FUNCTION__, kForwardingCall, [&]() -> GC_ERROR {
-    tcDataStream* source = EventSourceOf(hEventSrc);
-    return source == nullptr ? GC_ERR_INVALID_HANDLE : source->RegisterEvent(iEventID, phEvent);
+  return ForwardToSource(__PRETTY_FUNCTION__, hEventSrc, [&](tcDataStream* s) -> GC_ERROR {
+    return s->RegisterEvent(iEventID, phEvent);
   });
 }
 
 GC_ERROR GC_CALLTYPE GCUnregisterEvent(EVENTSRC_HANDLE hEventSrc, EVENT_TYPE iEventID) {
-  return Framed(__PRETTY_FUNCTION__, kForwardingCall, [&]() -> GC_ERROR {
-    tcDataStream* source = EventSourceOf(hEventSrc);
-    return source == nullptr ? GC_ERR_INVALID_HANDLE : source->UnregisterEvent(iEventID);
-  });
+  return ForwardToSource(__PRETTY_FUNCTION__, hEventSrc,
+                         [&](tcDataStream* s) -> GC_ERROR { return s->UnregisterEvent(iEventID); });
 }
 
 // Waits up to iTimeout ms for the oldest entry. Any thread; several may wait at once.

@@ -4,8 +4,8 @@
 #include "GenTL.h"
 #include "api/ErrorTable.h"
 #include "api/Frame.h"
-#include "api/LibraryInfo.h"
 #include "api/ProducerState.h"
+#include "modules/LibraryInfo.h"
 #include "modules/tcSystem.h"
 
 namespace GenTL {
@@ -24,7 +24,7 @@ GC_ERROR GC_CALLTYPE GCInitLib() {
 GC_ERROR GC_CALLTYPE GCCloseLib() {
   return Framed(__PRETTY_FUNCTION__, kUninitialisedCall, []() -> GC_ERROR {
     if (!Initialised.load()) return GC_ERR_NOT_INITIALIZED;
-    DestroySystem();
+    DestroySystem(nullptr);
     Initialised.store(false);
     return GC_ERR_SUCCESS;
   });
@@ -33,20 +33,14 @@ GC_ERROR GC_CALLTYPE GCCloseLib() {
 // Creates the system module. GC_ERR_RESOURCE_IN_USE when it exists. Ownership stays with the
 // library until TLClose or GCCloseLib.
 GC_ERROR GC_CALLTYPE TLOpen(TL_HANDLE* phSystem) {
-  return Framed(__PRETTY_FUNCTION__, kLibraryCall, [&]() -> GC_ERROR {
-    if (SystemSingleton() != nullptr) return GC_ERR_RESOURCE_IN_USE;
-    if (phSystem == nullptr) return GC_ERR_INVALID_PARAMETER;
-    CreateSystem();
-    *phSystem = SystemSingleton();
-    return GC_ERR_SUCCESS;
-  });
+  return Framed(__PRETTY_FUNCTION__, kLibraryCall,
+                [&]() -> GC_ERROR { return CreateSystem(phSystem); });
 }
 
 // Destroys the system module and everything below it; the handle must be the system's.
 GC_ERROR GC_CALLTYPE TLClose(TL_HANDLE hSystem) {
   return Framed(__PRETTY_FUNCTION__, kLibraryCall, [&]() -> GC_ERROR {
-    if (hSystem == nullptr || hSystem != SystemSingleton()) return GC_ERR_INVALID_HANDLE;
-    DestroySystem();
+    if (hSystem == nullptr || !DestroySystem(hSystem)) return GC_ERR_INVALID_HANDLE;
     return GC_ERR_SUCCESS;
   });
 }

@@ -1,16 +1,19 @@
-// TL-family exports: the handle must be the system singleton; the operations are tcSystem's.
+// TL-family exports: the handle must be the live system; the operations are tcSystem's.
 #include "GenTL.h"
 #include "api/Frame.h"
-#include "api/ProducerState.h"
+#include "api/PinnedHandle.h"
 #include "modules/tcSystem.h"
 
 namespace GenTL {
 
 namespace {
 
-tcSystem* SystemOf(TL_HANDLE handle) {
-  tcSystem* system = SystemSingleton();
-  return handle != nullptr && handle == system ? system : nullptr;
+template <typename Operation>
+GC_ERROR ForwardToSystem(const char* signature, TL_HANDLE handle, Operation&& operation) {
+  return Framed(signature, kForwardingCall, [&]() -> GC_ERROR {
+    tsPinned<tcSystem> system = PinAs<tcSystem>(handle, HandleKind::kSystem);
+    return system.object == nullptr ? GC_ERR_INVALID_HANDLE : operation(system.object);
+  });
 }
 
 }  // namespace
@@ -18,52 +21,43 @@ tcSystem* SystemOf(TL_HANDLE handle) {
 // Library information through the system handle; the inner GCGetInfo call is itself framed.
 GC_ERROR GC_CALLTYPE TLGetInfo(TL_HANDLE hSystem, TL_INFO_CMD iInfoCmd, INFO_DATATYPE* piType,
                                void* pBuffer, size_t* piSize) {
-  return Framed(__PRETTY_FUNCTION__, kForwardingCall, [&]() -> GC_ERROR {
-    if (SystemOf(hSystem) == nullptr) return GC_ERR_INVALID_HANDLE;
+  return ForwardToSystem(__PRETTY_FUNCTION__, hSystem, [&](tcSystem*) -> GC_ERROR {
     return GCGetInfo(iInfoCmd, piType, pBuffer, piSize);
   });
 }
 
 GC_ERROR GC_CALLTYPE TLGetNumInterfaces(TL_HANDLE hSystem, uint32_t* piNumIfaces) {
-  return Framed(__PRETTY_FUNCTION__, kForwardingCall, [&]() -> GC_ERROR {
-    tcSystem* system = SystemOf(hSystem);
-    return system == nullptr ? GC_ERR_INVALID_HANDLE : system->GetNumInterfaces(piNumIfaces);
+  return ForwardToSystem(__PRETTY_FUNCTION__, hSystem, [&](tcSystem* system) -> GC_ERROR {
+    return system->GetNumInterfaces(piNumIfaces);
   });
 }
 
 GC_ERROR GC_CALLTYPE TLGetInterfaceID(TL_HANDLE hSystem, uint32_t iIndex, char* sID,
                                       size_t* piSize) {
-  return Framed(__PRETTY_FUNCTION__, kForwardingCall, [&]() -> GC_ERROR {
-    tcSystem* system = SystemOf(hSystem);
-    return system == nullptr ? GC_ERR_INVALID_HANDLE : system->GetInterfaceID(iIndex, sID, piSize);
+  return ForwardToSystem(__PRETTY_FUNCTION__, hSystem, [&](tcSystem* system) -> GC_ERROR {
+    return system->GetInterfaceID(iIndex, sID, piSize);
   });
 }
 
 GC_ERROR GC_CALLTYPE TLGetInterfaceInfo(TL_HANDLE hSystem, const char* sIfaceID,
                                         INTERFACE_INFO_CMD iInfoCmd, INFO_DATATYPE* piType,
                                         void* pBuffer, size_t* piSize) {
-  return Framed(__PRETTY_FUNCTION__, kForwardingCall, [&]() -> GC_ERROR {
-    tcSystem* system = SystemOf(hSystem);
-    return system == nullptr
-               ? GC_ERR_INVALID_HANDLE
-               : system->GetInterfaceInfo(sIfaceID, iInfoCmd, piType, pBuffer, piSize);
+  return ForwardToSystem(__PRETTY_FUNCTION__, hSystem, [&](tcSystem* system) -> GC_ERROR {
+    return system->GetInterfaceInfo(sIfaceID, iInfoCmd, piType, pBuffer, piSize);
   });
 }
 
 // Hands out the interface object (owned by the system) and runs its open hook.
 GC_ERROR GC_CALLTYPE TLOpenInterface(TL_HANDLE hSystem, const char* sIfaceID, IF_HANDLE* phIface) {
-  return Framed(__PRETTY_FUNCTION__, kForwardingCall, [&]() -> GC_ERROR {
-    tcSystem* system = SystemOf(hSystem);
-    return system == nullptr ? GC_ERR_INVALID_HANDLE : system->OpenInterface(sIfaceID, phIface);
+  return ForwardToSystem(__PRETTY_FUNCTION__, hSystem, [&](tcSystem* system) -> GC_ERROR {
+    return system->OpenInterface(sIfaceID, phIface);
   });
 }
 
 GC_ERROR GC_CALLTYPE TLUpdateInterfaceList(TL_HANDLE hSystem, bool8_t* pbChanged,
                                            uint64_t iTimeout) {
-  return Framed(__PRETTY_FUNCTION__, kForwardingCall, [&]() -> GC_ERROR {
-    tcSystem* system = SystemOf(hSystem);
-    return system == nullptr ? GC_ERR_INVALID_HANDLE
-                             : system->UpdateInterfaceList(pbChanged, iTimeout);
+  return ForwardToSystem(__PRETTY_FUNCTION__, hSystem, [&](tcSystem* system) -> GC_ERROR {
+    return system->UpdateInterfaceList(pbChanged, iTimeout);
   });
 }
 

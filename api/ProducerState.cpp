@@ -1,9 +1,9 @@
 // Definitions of the entry layer's process-wide values.
 #include "api/ProducerState.h"
 
-#include <memory>
+#include <mutex>
 
-#include "api/HandleRegistry.h"
+#include "base/ModuleOwner.h"
 #include "modules/tcSystem.h"
 
 std::atomic<bool> Initialised{false};
@@ -16,20 +16,30 @@ namespace {
 // handle registry first constructs it before the owner, so it is destroyed after it.
 struct tsSystemOwner {
   tsSystemOwner() { HandleRegistry::Find(nullptr); }
-  std::unique_ptr<tcSystem> system;
+  std::mutex mutex;
+  ModuleOwner<tcSystem> system;  // guarded by mutex
 };
 tsSystemOwner gOwner;
 
 }  // namespace
 
-tcSystem* SystemSingleton() {
-  return gOwner.system.get();
+GenTL::GC_ERROR CreateSystem(void** handle) {
+  std::lock_guard<std::mutex> lock(gOwner.mutex);
+  if (gOwner.system != nullptr) return GenTL::GC_ERR_RESOURCE_IN_USE;
+  if (handle == nullptr) return GenTL::GC_ERR_INVALID_PARAMETER;
+  gOwner.system = MakeModule<tcSystem>();
+  *handle = gOwner.system.get();
+  return GenTL::GC_ERR_SUCCESS;
 }
 
-void CreateSystem() {
-  gOwner.system = std::make_unique<tcSystem>();
-}
-
-void DestroySystem() {
-  gOwner.system.reset();
+bool DestroySystem(const void* handle) {
+  ModuleOwner<tcSystem> system;
+  {
+    std::lock_guard<std::mutex> lock(gOwner.mutex);
+    if (gOwner.system == nullptr || (handle != nullptr && handle != gOwner.system.get())) {
+      return false;
+    }
+    system = std::move(gOwner.system);
+  }
+  return true;  // `system` is destroyed here, outside the lock, once no call runs on it
 }

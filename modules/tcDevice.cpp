@@ -4,7 +4,6 @@
 
 #include <cstring>
 
-#include "api/HandleRegistry.h"
 #include "base/Log.h"
 #include "modules/InfoAnswer.h"
 #include "modules/tcDescriptionBuilder.h"
@@ -42,7 +41,31 @@ tcDevice::tcDevice(std::string id, tcInterface* parent)
 }
 
 tcDevice::~tcDevice() {
+  DestroyStreams();
   HandleRegistry::Leave(this);
+}
+
+bool tcDevice::IsOpen() {
+  std::lock_guard<std::mutex> lock(stateMutex_);
+  return open_;
+}
+
+void tcDevice::DestroyStreams() {
+  std::vector<ModuleOwner<tcDataStream>> streams;
+  {
+    std::lock_guard<std::mutex> lock(stateMutex_);
+    streams = std::move(streams_);
+    streams_.clear();
+  }
+  while (!streams.empty())
+    streams.pop_back();  // stops a running acquisition first
+}
+
+tcDataStream* tcDevice::StreamAt(size_t index, tcHandlePin* pin) {
+  std::lock_guard<std::mutex> lock(stateMutex_);
+  if (index >= streams_.size()) return nullptr;
+  *pin = HandleRegistry::Pin(streams_[index].get());
+  return streams_[index].get();
 }
 
 GC_ERROR tcDevice::GetInfo(int32_t command, int32_t* type, void* buffer, size_t* size) {
@@ -72,9 +95,11 @@ GC_ERROR tcDevice::GetInfo(int32_t command, int32_t* type, void* buffer, size_t*
     case DEVICE_INFO_VERSION:
       text = &version_;
       break;
-    case DEVICE_INFO_ACCESS_STATUS:
+    case DEVICE_INFO_ACCESS_STATUS: {
       if (type != nullptr) *type = INFO_DATATYPE_INT32;
+      std::lock_guard<std::mutex> lock(stateMutex_);
       return AnswerDeviceInfo(&accessStatus_, sizeof accessStatus_, buffer, size);
+    }
     case DEVICE_INFO_TIMESTAMP_FREQUENCY:
       if (type != nullptr) *type = INFO_DATATYPE_UINT64;
       GENTL_LOG(kLogWarning, "%s, iInfoCmd = %d (Request Not Implemented)", "tcDevice", command);
@@ -88,14 +113,17 @@ GC_ERROR tcDevice::GetInfo(int32_t command, int32_t* type, void* buffer, size_t*
 
 GC_ERROR tcDevice::GetNumDataStreams(uint32_t* count) {
   if (count == nullptr) return GC_ERR_INVALID_PARAMETER;
+  std::lock_guard<std::mutex> lock(stateMutex_);
   *count = static_cast<uint32_t>(streams_.size());
   return GC_ERR_SUCCESS;
 }
 
 GC_ERROR tcDevice::GetDataStreamID(uint32_t index, char* id, size_t* size) {
   if (size == nullptr) return GC_ERR_INVALID_PARAMETER;
-  if (index >= streams_.size()) return GC_ERR_INVALID_INDEX;
-  const std::string& name = streams_[index]->Name();
+  tcHandlePin pin;
+  tcDataStream* stream = StreamAt(index, &pin);
+  if (stream == nullptr) return GC_ERR_INVALID_INDEX;
+  const std::string& name = stream->Name();
   GC_ERROR result = GC_ERR_SUCCESS;
   if (id != nullptr) {
     if (*size > name.size()) {
@@ -110,9 +138,12 @@ GC_ERROR tcDevice::GetDataStreamID(uint32_t index, char* id, size_t* size) {
 
 GC_ERROR tcDevice::OpenDataStream(const char* id, void** handle) {
   if (id == nullptr || handle == nullptr) return GC_ERR_SUCCESS;
-  for (const auto& stream : streams_) {
+  tcHandlePin pin;
+  for (size_t index = 0;; ++index) {
+    tcDataStream* stream = StreamAt(index, &pin);
+    if (stream == nullptr) break;
     if (stream->Name() != id) continue;
-    if (!stream->IsOpen() && stream->Open() == GC_ERR_SUCCESS) *handle = stream.get();
+    if (!stream->IsOpen() && stream->Open() == GC_ERR_SUCCESS) *handle = stream;
     break;
   }
   return GC_ERR_SUCCESS;
@@ -128,8 +159,10 @@ GC_ERROR tcDevice::Read(uint64_t address, void* buffer, size_t* size) {
     return GC_ERR_SUCCESS;
   }
   if (address == kStreamID) {
-    if (streamSelector_ >= streams_.size()) return GC_ERR_INVALID_INDEX;
-    const std::string& id = streams_[streamSelector_]->Name();
+    tcHandlePin pin;
+    tcDataStream* stream = StreamAt(streamSelector_, &pin);
+    if (stream == nullptr) return GC_ERR_INVALID_INDEX;
+    const std::string& id = stream->Name();
     if (id.size() + 1 > *size) return GC_ERR_BUFFER_TOO_SMALL;
     memcpy(buffer, id.c_str(), id.size() + 1);
     return GC_ERR_SUCCESS;

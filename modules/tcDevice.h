@@ -3,10 +3,12 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
+#include "base/ModuleOwner.h"
+#include "base/tcHandlePin.h"
 #include "modules/tcModulePort.h"
 
 class tcInterface;
@@ -29,23 +31,34 @@ class tcDevice : public tcModulePort {
   virtual GenTL::GC_ERROR OpenDataStream(const char* id, void** handle);
   // The remote device port; null while the device is closed.
   virtual tcPort* RemotePort() { return nullptr; }
+  // True between a successful Open and Close.
+  bool IsOpen();
 
   tcInterface* Parent() const { return parent_; }
 
  protected:
   std::string BuildXml() override;
+  // Takes the streams away under the state lock and destroys them outside it, last first.
+  void DestroyStreams();
 
   tcInterface* parent_;
-  std::vector<std::unique_ptr<tcDataStream>> streams_;
+  // Guards the open state, the access status and the stream list against concurrent open,
+  // close and list calls. Objects are destroyed outside it.
+  std::mutex stateMutex_;
+  bool open_ = false;                               // guarded by stateMutex_
+  std::vector<ModuleOwner<tcDataStream>> streams_;  // guarded by stateMutex_
   std::string vendor_;
   std::string model_;
   std::string tlType_;
   std::string displayName_;
-  int32_t accessStatus_ = GenTL::DEVICE_ACCESS_STATUS_UNKNOWN;
+  int32_t accessStatus_ = GenTL::DEVICE_ACCESS_STATUS_UNKNOWN;  // guarded by stateMutex_
   std::string userDefinedName_;
   std::string serialNumber_;
   std::string version_;
 
  private:
+  // The stream `id` or at `index`, pinned so that it outlives the caller's use of it.
+  tcDataStream* StreamAt(size_t index, tcHandlePin* pin);
+
   uint32_t streamSelector_ = 0;  // guarded by the access mutex
 };

@@ -2,9 +2,11 @@
 // description.
 #include "modules/tcInterface.h"
 
+#include <algorithm>
 #include <cstring>
+#include <utility>
 
-#include "api/HandleRegistry.h"
+#include "base/Config.h"
 #include "base/Log.h"
 #include "modules/InfoAnswer.h"
 #include "modules/tcDescriptionBuilder.h"
@@ -66,8 +68,75 @@ tcInterface::tcInterface(const char* id, const char* tlType, tcSystem* system)
 }
 
 tcInterface::~tcInterface() {
-  devices_.clear();
+  std::vector<ModuleOwner<tcDevice>> devices;
+  {
+    std::lock_guard<std::mutex> lock(listMutex_);
+    devices = std::move(devices_);
+    for (auto& device : retired_)
+      devices.push_back(std::move(device));
+    retired_.clear();
+  }
+  devices.clear();  // outside the lock: each waits for the calls still running on it
   HandleRegistry::Leave(this);
+}
+
+void tcInterface::AddDevice(ModuleOwner<tcDevice> device) {
+  std::lock_guard<std::mutex> lock(listMutex_);
+  devices_.push_back(std::move(device));
+}
+
+void tcInterface::RetireDevice(const std::string& id) {
+  {
+    std::lock_guard<std::mutex> lock(listMutex_);
+    auto it = std::find_if(devices_.begin(), devices_.end(),
+                           [&](const auto& device) { return device->Name() == id; });
+    if (it == devices_.end()) return;
+    retired_.push_back(std::move(*it));
+    devices_.erase(it);
+  }
+  DestroyClosedRetired();
+}
+
+tcDevice* tcInterface::ReviveDevice(const std::string& id) {
+  std::lock_guard<std::mutex> lock(listMutex_);
+  for (auto it = retired_.begin(); it != retired_.end(); ++it) {
+    if ((*it)->Name() != id || (*it)->IsOpen()) continue;
+    tcDevice* device = it->get();
+    devices_.push_back(std::move(*it));
+    retired_.erase(it);
+    return device;
+  }
+  return nullptr;
+}
+
+void tcInterface::DestroyClosedRetired() {
+  std::vector<ModuleOwner<tcDevice>> closed;
+  {
+    std::lock_guard<std::mutex> lock(listMutex_);
+    for (auto it = retired_.begin(); it != retired_.end();) {
+      if ((*it)->IsOpen()) {
+        ++it;
+      } else {
+        closed.push_back(std::move(*it));
+        it = retired_.erase(it);
+      }
+    }
+  }  // `closed` is destroyed outside the lock
+}
+
+size_t tcInterface::DeviceCount() {
+  std::lock_guard<std::mutex> lock(listMutex_);
+  return devices_.size();
+}
+
+bool tcInterface::MarkListUpdated() {
+  std::lock_guard<std::mutex> lock(listMutex_);
+  return std::exchange(listUpdated_, true);
+}
+
+bool tcInterface::ListUpdated() {
+  std::lock_guard<std::mutex> lock(listMutex_);
+  return listUpdated_;
 }
 
 GC_ERROR tcInterface::GetInfo(int32_t command, int32_t* type, void* buffer, size_t* size) {
@@ -100,19 +169,31 @@ GC_ERROR tcInterface::Close() {
 
 GC_ERROR tcInterface::GetNumDevices(uint32_t* count) {
   if (count == nullptr) return GC_ERR_INVALID_PARAMETER;
-  *count = static_cast<uint32_t>(devices_.size());
+  *count = static_cast<uint32_t>(DeviceCount());
   return GC_ERR_SUCCESS;
 }
 
 GC_ERROR tcInterface::GetDeviceID(uint32_t index, char* id, size_t* size) {
-  if (index >= devices_.size()) return GC_ERR_INVALID_INDEX;
+  tcHandlePin pin;
+  tcDevice* device = DeviceAt(index, &pin);
+  if (device == nullptr) return GC_ERR_INVALID_INDEX;
   if (size == nullptr) return GC_ERR_INVALID_PARAMETER;
-  return CopyText(devices_[index]->Name(), id, size);
+  return CopyText(device->Name(), id, size);
 }
 
-tcDevice* tcInterface::FindDevice(const char* id) const {
+tcDevice* tcInterface::DeviceAt(size_t index, tcHandlePin* pin) {
+  std::lock_guard<std::mutex> lock(listMutex_);
+  if (index >= devices_.size()) return nullptr;
+  *pin = HandleRegistry::Pin(devices_[index].get());
+  return devices_[index].get();
+}
+
+tcDevice* tcInterface::FindDevice(const char* id, tcHandlePin* pin) {
+  std::lock_guard<std::mutex> lock(listMutex_);
   for (const auto& device : devices_) {
-    if (device->Name() == id) return device.get();
+    if (device->Name() != id) continue;
+    *pin = HandleRegistry::Pin(device.get());
+    return device.get();
   }
   return nullptr;
 }
@@ -120,37 +201,63 @@ tcDevice* tcInterface::FindDevice(const char* id) const {
 GC_ERROR tcInterface::GetDeviceInfo(const char* id, int32_t command, int32_t* type, void* buffer,
                                     size_t* size) {
   if (id == nullptr) return GC_ERR_INVALID_PARAMETER;
-  tcDevice* device = FindDevice(id);
+  tcHandlePin pin;
+  tcDevice* device = FindDevice(id, &pin);
   if (device == nullptr) return GC_ERR_INVALID_ID;
   return device->GetInfo(command, type, buffer, size);
+}
+
+// Logs each comparison, as the open's trace shows which devices were looked at.
+tcDevice* tcInterface::MatchDevice(const char* id, tcHandlePin* pin) {
+  std::lock_guard<std::mutex> lock(listMutex_);
+  for (const auto& device : devices_) {
+    LogPrint(kLogDebug, "tcInterface::OpenDevice", "Checking %s == %s", device->Name(), id);
+    if (device->Name() != id) continue;
+    *pin = HandleRegistry::Pin(device.get());
+    return device.get();
+  }
+  return nullptr;
 }
 
 GC_ERROR tcInterface::OpenDevice(const char* id, int32_t openFlags, void** handle) {
   if (id == nullptr || handle == nullptr) return GC_ERR_INVALID_PARAMETER;
   GENTL_LOG(kLogDebug, "%s", Name());
-  if (devices_.empty() && !listUpdated_) {
+  bool compat = config::CompatOpen();
+  if (DeviceCount() == 0 && !ListUpdated()) {
     GENTL_LOG(kLogDebug, "Updating Device List");
     UpdateDeviceList(nullptr, 300);
   }
-  for (const auto& device : devices_) {
-    GENTL_LOG(kLogDebug, "Checking %s == %s", device->Name(), id);
-    if (device->Name() == id) {
-      *handle = device.get();
-      return device->Open(openFlags);
-    }
+  tcHandlePin pin;
+  tcDevice* device = MatchDevice(id, &pin);
+  if (device == nullptr && compat) {
+    GENTL_LOG(kLogInfo, "%s: device %s not in the list, updating it (GENTL_COMPAT_OPEN)", Name(),
+              id);
+    UpdateDeviceList(nullptr, DefaultUpdateTimeout());
+    device = MatchDevice(id, &pin);
   }
-  GENTL_LOG(kLogError, "Device %s not found", id);
-  return GC_ERR_INVALID_ID;
+  if (device == nullptr) {
+    GENTL_LOG(kLogError, "Device %s not found", id);
+    return GC_ERR_INVALID_ID;
+  }
+  if (openFlags == DEVICE_ACCESS_CONTROL && compat) {
+    GENTL_LOG(kLogInfo, "%s: control access taken as exclusive access (GENTL_COMPAT_OPEN)",
+              device->Name());
+    openFlags = DEVICE_ACCESS_EXCLUSIVE;
+  }
+  *handle = device;
+  return device->Open(openFlags);
 }
 
 GC_ERROR tcInterface::ReadDeviceRegister(uint64_t address, void* buffer, size_t* size) {
   int32_t command = 0;
   if (!DeviceInfoCommand(address, &command)) return GC_ERR_ACCESS_DENIED;
-  if (deviceSelector_ >= devices_.size()) return GC_ERR_INVALID_INDEX;
+  tcHandlePin pin;
+  tcDevice* device = DeviceAt(deviceSelector_, &pin);
+  if (device == nullptr) return GC_ERR_INVALID_INDEX;
   char answer[kDeviceTextSize] = "";
   size_t answerSize = command == DEVICE_INFO_ACCESS_STATUS ? 4 : sizeof answer;
   int32_t type = 0;
-  if (devices_[deviceSelector_]->GetInfo(command, &type, answer, &answerSize) != GC_ERR_SUCCESS) {
+  if (device->GetInfo(command, &type, answer, &answerSize) != GC_ERR_SUCCESS) {
     return GC_ERR_IO;
   }
   if (answerSize > *size) return GC_ERR_BUFFER_TOO_SMALL;

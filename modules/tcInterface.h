@@ -3,10 +3,12 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
+#include "base/ModuleOwner.h"
+#include "base/tcHandlePin.h"
 #include "modules/tcModulePort.h"
 
 class tcSystem;
@@ -37,16 +39,36 @@ class tcInterface : public tcModulePort {
 
  protected:
   std::string BuildXml() override;
+  // The time-out of the updates the interface runs by itself (before an open).
+  virtual uint64_t DefaultUpdateTimeout() const { return 300; }
+
+  // The device list, for the transports' UpdateDeviceList. A device that leaves the list is
+  // retired, not destroyed, while it is open: the consumer's handle stays usable until DevClose,
+  // and a camera that answers again gets the same object back.
+  void AddDevice(ModuleOwner<tcDevice> device);
+  void RetireDevice(const std::string& id);
+  // The retired device `id` taken back into the list when it is closed; null when there is none.
+  tcDevice* ReviveDevice(const std::string& id);
+  size_t DeviceCount();
+  // Marks the list as updated; true when it already was.
+  bool MarkListUpdated();
+  bool ListUpdated();
 
   tcSystem* parent_;
-  std::vector<std::unique_ptr<tcDevice>> devices_;
-  bool listUpdated_ = false;
   std::string displayName_;
   std::string tlType_;
 
  private:
   GenTL::GC_ERROR ReadDeviceRegister(uint64_t address, void* buffer, size_t* size);
-  tcDevice* FindDevice(const char* id) const;
+  // The device `id` (or at `index`), pinned so that it outlives the caller's use of it.
+  tcDevice* FindDevice(const char* id, tcHandlePin* pin);
+  tcDevice* DeviceAt(size_t index, tcHandlePin* pin);
+  tcDevice* MatchDevice(const char* id, tcHandlePin* pin);
+  void DestroyClosedRetired();
 
-  uint32_t deviceSelector_ = 0;  // guarded by the access mutex
+  std::mutex listMutex_;
+  std::vector<ModuleOwner<tcDevice>> devices_;  // guarded by listMutex_
+  std::vector<ModuleOwner<tcDevice>> retired_;  // guarded by listMutex_
+  bool listUpdated_ = false;                    // guarded by listMutex_
+  uint32_t deviceSelector_ = 0;                 // guarded by the access mutex
 };

@@ -1,7 +1,7 @@
 // tcPort: registration, serialised access and the stacked calls.
 #include "modules/tcPort.h"
 
-#include "api/HandleRegistry.h"
+#include "base/HandleRegistry.h"
 #include "base/Log.h"
 
 using namespace GenTL;

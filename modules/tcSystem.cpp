@@ -3,9 +3,10 @@
 
 #include <cstring>
 
-#include "api/HandleRegistry.h"
+#include "base/Config.h"
 #include "base/Log.h"
 #include "gev/tcInterfaceGEV.h"
+#include "modules/LibraryInfo.h"
 #include "modules/tcDescriptionBuilder.h"
 #include "sim/tcInterfaceSIM.h"
 #include "u3v/tcInterfaceU3V.h"
@@ -33,20 +34,39 @@ tcSystem::tcSystem() : tcModulePort("System", kSystemPort) {
 }
 
 tcSystem::~tcSystem() {
-  while (!SystemInterfaceList.empty())
-    SystemInterfaceList.pop_back();
+  // Last created, first destroyed; the list is left empty before each interface goes.
+  for (;;) {
+    ModuleOwner<tcInterface> last;
+    {
+      std::lock_guard<std::mutex> lock(listMutex_);
+      if (SystemInterfaceList.empty()) break;
+      last = std::move(SystemInterfaceList.back());
+      SystemInterfaceList.pop_back();
+    }
+  }
   HandleRegistry::Leave(this);
+}
+
+tcInterface* tcSystem::InterfaceAt(size_t index) {
+  std::lock_guard<std::mutex> lock(listMutex_);
+  return index < SystemInterfaceList.size() ? SystemInterfaceList[index].get() : nullptr;
+}
+
+size_t tcSystem::InterfaceCount() {
+  std::lock_guard<std::mutex> lock(listMutex_);
+  return SystemInterfaceList.size();
 }
 
 GC_ERROR tcSystem::GetNumInterfaces(uint32_t* count) {
   if (count == nullptr) return GC_ERR_INVALID_PARAMETER;
-  *count = static_cast<uint32_t>(SystemInterfaceList.size());
+  *count = static_cast<uint32_t>(InterfaceCount());
   return GC_ERR_SUCCESS;
 }
 
 GC_ERROR tcSystem::GetInterfaceID(uint32_t index, char* id, size_t* size) {
-  if (index >= SystemInterfaceList.size() || size == nullptr) return GC_ERR_INVALID_PARAMETER;
-  const std::string& name = SystemInterfaceList[index]->Name();
+  tcInterface* interface = InterfaceAt(index);
+  if (interface == nullptr || size == nullptr) return GC_ERR_INVALID_PARAMETER;
+  const std::string& name = interface->Name();
   if (id != nullptr) {
     if (*size < name.size() + 1) return GC_ERR_INVALID_PARAMETER;
     memcpy(id, name.c_str(), name.size() + 1);
@@ -55,7 +75,8 @@ GC_ERROR tcSystem::GetInterfaceID(uint32_t index, char* id, size_t* size) {
   return GC_ERR_SUCCESS;
 }
 
-tcInterface* tcSystem::FindInterface(const char* id) const {
+tcInterface* tcSystem::FindInterface(const char* id) {
+  std::lock_guard<std::mutex> lock(listMutex_);
   for (const auto& interface : SystemInterfaceList) {
     if (interface->Name() == id) return interface.get();
   }
@@ -72,20 +93,41 @@ GC_ERROR tcSystem::GetInterfaceInfo(const char* id, int32_t command, int32_t* ty
 
 GC_ERROR tcSystem::OpenInterface(const char* id, void** handle) {
   if (id == nullptr || handle == nullptr) return GC_ERR_INVALID_PARAMETER;
+  if (InterfaceCount() == 0 && config::CompatOpen()) {
+    GENTL_LOG(kLogInfo, "%s: interface list not updated yet, updating it (GENTL_COMPAT_OPEN)",
+              Name());
+    UpdateInterfaceList(nullptr, 0);
+  }
   tcInterface* interface = FindInterface(id);
   if (interface == nullptr) return GC_ERR_INVALID_ID;
   *handle = interface;
   return interface->Open();
 }
 
+namespace {
+
+template <typename T>
+ModuleOwner<tcInterface> MakeInterface(tcSystem* system) {
+  return MakeModule<T>(system);
+}
+
+// The transports, in the order of the interface list. A new transport is one more line here.
+constexpr ModuleOwner<tcInterface> (*kTransports[])(tcSystem*) = {
+    &MakeInterface<tcInterfaceSIM>,
+    &MakeInterface<tcInterfaceGEV>,
+    &MakeInterface<tcInterfaceU3V>,
+};
+
+}  // namespace
+
 GC_ERROR tcSystem::UpdateInterfaceList(bool8_t* changed, uint64_t /*timeout: unused*/) {
-  size_t before = SystemInterfaceList.size();
-  if (SystemInterfaceList.empty()) {
-    SystemInterfaceList.push_back(std::make_unique<tcInterfaceSIM>(this));
-    SystemInterfaceList.push_back(std::make_unique<tcInterfaceGEV>(this));
-    SystemInterfaceList.push_back(std::make_unique<tcInterfaceU3V>(this));
+  std::lock_guard<std::mutex> lock(listMutex_);
+  bool created = SystemInterfaceList.empty();
+  if (created) {
+    for (auto make : kTransports)
+      SystemInterfaceList.push_back(make(this));
   }
-  if (changed != nullptr) *changed = SystemInterfaceList.size() != before;
+  if (changed != nullptr) *changed = created;
   return GC_ERR_SUCCESS;
 }
 
@@ -102,8 +144,9 @@ GC_ERROR tcSystem::Read(uint64_t address, void* buffer, size_t* size) {
     }
     case kInterfaceID:
     case kInterfaceDisplayName: {
-      if (interfaceSelector_ >= SystemInterfaceList.size()) return GC_ERR_INVALID_INDEX;
-      const std::string& id = SystemInterfaceList[interfaceSelector_]->Name();
+      tcInterface* interface = InterfaceAt(interfaceSelector_);
+      if (interface == nullptr) return GC_ERR_INVALID_INDEX;
+      const std::string& id = interface->Name();
       if (id.size() + 1 > *size) return GC_ERR_BUFFER_TOO_SMALL;
       memcpy(buffer, id.c_str(), id.size() + 1);
       return GC_ERR_SUCCESS;
@@ -124,7 +167,7 @@ GC_ERROR tcSystem::Write(uint64_t address, const void* buffer, size_t* size) {
     case kInterfaceSelector: {
       uint32_t value = 0;
       memcpy(&value, buffer, *size < 4 ? *size : 4);
-      if (value >= SystemInterfaceList.size()) return GC_ERR_INVALID_INDEX;
+      if (value >= InterfaceCount()) return GC_ERR_INVALID_INDEX;
       interfaceSelector_ = value;
       return GC_ERR_SUCCESS;
     }
@@ -140,7 +183,7 @@ std::string LibraryText(TL_INFO_CMD command) {
   char value[2048] = "";
   size_t size = sizeof value;
   INFO_DATATYPE type = INFO_DATATYPE_UNKNOWN;
-  GCGetInfo(command, &type, value, &size);
+  LibraryInfo("tcSystem::BuildXml", command, &type, value, &size);
   return value;
 }
 
@@ -148,7 +191,7 @@ int64_t LibraryNumber(TL_INFO_CMD command) {
   uint32_t value = 0;
   size_t size = sizeof value;
   INFO_DATATYPE type = INFO_DATATYPE_UNKNOWN;
-  GCGetInfo(command, &type, &value, &size);
+  LibraryInfo("tcSystem::BuildXml", command, &type, &value, &size);
   return value;
 }
 

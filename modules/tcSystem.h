@@ -3,9 +3,10 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
+#include <mutex>
 #include <vector>
 
+#include "base/ModuleOwner.h"
 #include "modules/tcModulePort.h"
 
 class tcInterface;
@@ -30,9 +31,13 @@ class tcSystem : public tcModulePort {
   std::string BuildXml() override;
 
  private:
-  tcInterface* FindInterface(const char* id) const;
+  tcInterface* FindInterface(const char* id);
+  // Interfaces are never removed while the system lives, so the pointers stay valid.
+  tcInterface* InterfaceAt(size_t index);
+  size_t InterfaceCount();
 
-  std::vector<std::unique_ptr<tcInterface>> SystemInterfaceList;
+  std::mutex listMutex_;
+  std::vector<ModuleOwner<tcInterface>> SystemInterfaceList;  // guarded by listMutex_
   uint32_t InterfaceUpdateTimeout = 0;  // register 0x10808, guarded by the access mutex
   uint32_t interfaceSelector_ = 0;      // register 0x10810, guarded by the access mutex
 };

@@ -3,35 +3,24 @@
 // events.
 #pragma once
 
-#include <atomic>
-#include <condition_variable>
-#include <mutex>
-#include <thread>
+#include <cstdint>
 
 #include "stream/tcDataStream.h"
+
+class tcDeviceSIM;
 
 class tcDataStreamSIM : public tcDataStream {
  public:
   tcDataStreamSIM(std::string id, tcDevice* parent);
   ~tcDataStreamSIM() override;
 
-  GenTL::GC_ERROR Close() override;
   GenTL::GC_ERROR GetInfo(int32_t command, int32_t* type, void* buffer, size_t* size) override;
-  GenTL::GC_ERROR StartAcquisition(int32_t startFlags, uint64_t numToAcquire) override;
-  GenTL::GC_ERROR StopAcquisition(int32_t stopFlags) override;
 
  protected:
-  void BufferQueued(tcBuffer*) override {}
+  GenTL::GC_ERROR OnStartAcquisition(int32_t startFlags, uint64_t numToAcquire) override;
 
  private:
   void AcquistionThread(uint64_t frameBudget);
   // Runs one pass over the enabled regions; false when stop was requested meanwhile.
-  bool AcquireFrame(class tcDeviceSIM* device, uint64_t timestampNs);
-  bool WaitForInputBuffer();
-  void SleepUntil(uint64_t deadlineNs);
-
-  std::atomic<bool> stop_{true};
-  std::thread thread_;
-  std::mutex wakeMutex_;
-  std::condition_variable wake_;  // ends the wait for the next period when stop is requested
+  bool AcquireFrame(tcDeviceSIM* device, uint64_t timestampNs);
 };

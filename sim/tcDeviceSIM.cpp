@@ -85,29 +85,34 @@ GC_ERROR tcDeviceSIM::Open(int32_t openFlags) {
               openFlags);
     return GC_ERR_NOT_IMPLEMENTED;
   }
+  std::lock_guard<std::mutex> lock(stateMutex_);
   if (open_) return GC_ERR_RESOURCE_IN_USE;
-  port_ = std::make_unique<tcPortSIM>(this);
-  streams_.push_back(std::make_unique<tcDataStreamSIM>("Stream0", this));
+  port_ = MakeModule<tcPortSIM>(this);
+  streams_.push_back(MakeModule<tcDataStreamSIM>("Stream0", this));
   open_ = true;
   accessStatus_ = DEVICE_ACCESS_STATUS_OPEN_READWRITE;
   return GC_ERR_SUCCESS;
 }
 
 GC_ERROR tcDeviceSIM::Close() {
-  streams_.clear();  // stops a running acquisition first
-  port_.reset();
-  open_ = false;
-  accessStatus_ = DEVICE_ACCESS_STATUS_READWRITE;
-  return GC_ERR_SUCCESS;
+  DestroyStreams();  // their frame threads read the registers: streams go first
+  ModuleOwner<tcPortSIM> port;
+  {
+    std::lock_guard<std::mutex> lock(stateMutex_);
+    port = std::move(port_);
+    open_ = false;
+    accessStatus_ = DEVICE_ACCESS_STATUS_READWRITE;
+  }
+  return GC_ERR_SUCCESS;  // `port` goes here, once no call runs on it
 }
 
 tcPort* tcDeviceSIM::RemotePort() {
+  std::lock_guard<std::mutex> lock(stateMutex_);
   return port_.get();
 }
 
-std::unique_lock<std::recursive_mutex> tcDeviceSIM::LockRegisters() {
-  if (port_ == nullptr) return {};
-  return std::unique_lock<std::recursive_mutex>(port_->AccessMutex());
+std::unique_lock<std::mutex> tcDeviceSIM::LockRegisters() {
+  return std::unique_lock<std::mutex>(registersMutex_);
 }
 
 GC_ERROR tcDeviceSIM::GetInfo(int32_t command, int32_t* type, void* buffer, size_t* size) {
@@ -162,7 +167,7 @@ int tcDeviceSIM::FillBuffer(tcBuffer* buffer, const tsRegion& region, uint64_t t
   size_t payload = 0;
   const tcPatternGenerator* generator = nullptr;
   {
-    std::unique_lock<std::recursive_mutex> lock = LockRegisters();
+    std::unique_lock<std::mutex> lock = LockRegisters();
     payload = GetPayloadSize();
     if (payload > buffer->size) return -1;
     uint64_t pattern = 0;

@@ -95,9 +95,9 @@ class tcDeviceSIM : public tcDevice {
   void ResetFrameCounter() { frameCounter_.store(0); }
   void SetAcquisitionStartTime(uint64_t ns) { acquisitionStartNs_.store(ns); }
   const std::string& XmlPath() const { return xmlPath_; }
-  // The access mutex of the remote port while it is open: register readers outside the port
-  // (the frame thread, the stream's payload size) take it.
-  std::unique_lock<std::recursive_mutex> LockRegisters();
+  // The register map's mutex: the remote port's accesses, the frame thread and the stream's
+  // payload size take it (never while a frame is drawn).
+  std::unique_lock<std::mutex> LockRegisters();
 
  private:
   void BuildRegmap(const pugi::xml_node& root);
@@ -112,6 +112,7 @@ class tcDeviceSIM : public tcDevice {
   std::vector<uint8_t> CurrentBytes(const tsRegAccess& record);
   GenTL::GC_ERROR Apply(tsRegAccess& record, const std::vector<uint8_t>& bytes);
   GenTL::GC_ERROR ApplyRegion(Role role, uint32_t value);
+  void ClampRegions();
   uint32_t RegionValue(Role role) const;
 
   std::string xmlPath_;
@@ -124,6 +125,6 @@ class tcDeviceSIM : public tcDevice {
   std::map<uint32_t, std::unique_ptr<tcPatternGenerator>> generators_;
   std::atomic<uint64_t> frameCounter_{0};
   std::atomic<uint64_t> acquisitionStartNs_{0};
-  std::unique_ptr<tcPortSIM> port_;
-  bool open_ = false;
+  std::mutex registersMutex_;
+  ModuleOwner<tcPortSIM> port_;  // guarded by stateMutex_
 };

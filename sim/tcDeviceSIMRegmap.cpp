@@ -1,5 +1,6 @@
 // tcDeviceSIM's register map: loading it from the camera file, finding registers by address
 // and by name, and the registers whose value the device computes.
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -221,8 +222,8 @@ GC_ERROR tcDeviceSIM::ApplyRegion(Role role, uint32_t value) {
   tsRegion region = regions_[regionSelector_];
   switch (role) {
     case Role::kRegionMode:
-      region.enabled = value;
-      break;
+      regions_[regionSelector_].enabled = value;  // every region fits the sensor already
+      return GC_ERR_SUCCESS;
     case Role::kOffsetX:
       region.offsetX = value;
       break;
@@ -249,10 +250,27 @@ GC_ERROR tcDeviceSIM::ApplyRegion(Role role, uint32_t value) {
   return GC_ERR_SUCCESS;
 }
 
+// Like a real camera whose maximum size changes: every region, enabled or not, shrinks to the
+// sensor first, then moves so that it fits.
+void tcDeviceSIM::ClampRegions() {
+  uint64_t sensorWidth = 0, sensorHeight = 0;
+  GetInt("SensorWidth", &sensorWidth);
+  GetInt("SensorHeight", &sensorHeight);
+  for (tsRegion& region : regions_) {
+    region.width = static_cast<uint32_t>(std::min<uint64_t>(region.width, sensorWidth));
+    region.height = static_cast<uint32_t>(std::min<uint64_t>(region.height, sensorHeight));
+    region.offsetX =
+        static_cast<uint32_t>(std::min<uint64_t>(region.offsetX, sensorWidth - region.width));
+    region.offsetY =
+        static_cast<uint32_t>(std::min<uint64_t>(region.offsetY, sensorHeight - region.height));
+  }
+}
+
 GC_ERROR tcDeviceSIM::Apply(tsRegAccess& record, const std::vector<uint8_t>& bytes) {
   switch (record.role) {
     case Role::kStored:
       record.data = bytes;
+      if (record.name == "SensorWidth" || record.name == "SensorHeight") ClampRegions();
       return GC_ERR_SUCCESS;
     case Role::kPayloadSize:
     case Role::kDebugBuffer:

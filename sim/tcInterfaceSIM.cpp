@@ -13,20 +13,19 @@ using namespace GenTL;
 tcInterfaceSIM::tcInterfaceSIM(tcSystem* system) : tcInterface("Simulated", "Custom", system) {}
 
 GC_ERROR tcInterfaceSIM::UpdateDeviceList(bool8_t* changed, uint64_t) {
-  size_t before = devices_.size();
-  if (!listUpdated_) {
-    listUpdated_ = true;
+  size_t before = DeviceCount();
+  if (!MarkListUpdated()) {
     const char* path = getenv("SIMCAM_XML_FILE");
     if (path == nullptr) {
       GENTL_LOG(kLogInfo, "SIMCAM_XML_FILE is not set: no simulated camera");
     } else {
       try {
-        devices_.push_back(std::make_unique<tcDeviceSIM>(path, this));
+        AddDevice(MakeModule<tcDeviceSIM>(path, this));
       } catch (const std::exception& error) {
         GENTL_LOG(kLogError, "Failed to load tcDeviceSIM: \n %s", error.what());
       }
     }
   }
-  if (changed != nullptr) *changed = devices_.size() != before;
+  if (changed != nullptr) *changed = DeviceCount() != before;
   return GC_ERR_SUCCESS;
 }

@@ -7,7 +7,7 @@
 #include <cstring>
 #include <fstream>
 
-#include "api/HandleRegistry.h"
+#include "base/HandleRegistry.h"
 #include "base/Log.h"
 #include "modules/InfoAnswer.h"
 #include "modules/tcDescriptionBuilder.h"
@@ -32,6 +32,11 @@ tcDataStream::tcDataStream(std::string id, std::string tlType, tcDevice* parent,
       index_(index) {
   GENTL_LOG(kLogDebug, "%s, this = 0x%X", Name(), this);
   HandleRegistry::Enter(this, HandleKind::kDataStream);
+  // A stop request reaches an acquisition thread waiting for a buffer at once.
+  acquisition_.SetWake([this] {
+    Lock lock(lock_);
+    inputQueued_.notify_all();
+  });
 }
 
 tcDataStream::~tcDataStream() {
@@ -87,6 +92,7 @@ GC_ERROR tcDataStream::Open() {
 }
 
 GC_ERROR tcDataStream::Close() {
+  StopAcquisition(ACQ_STOP_FLAGS_DEFAULT);
   FlushQueue(ACQ_QUEUE_ALL_DISCARD);
   Lock lock(lock_);
   announced_.clear();
@@ -168,6 +174,7 @@ GC_ERROR tcDataStream::QueueBuffer(void* handle) {
   if (buffer->queued) return GC_ERR_BUSY;
   buffer->queued = true;
   input_.push_back(buffer);
+  inputQueued_.notify_all();
   if (acquiring_.load() != 0) BufferQueued(buffer);
   return GC_ERR_SUCCESS;
 }
@@ -235,23 +242,66 @@ GC_ERROR tcDataStream::FlushQueue(int32_t operation) {
   }
 }
 
-tcBuffer* tcDataStream::TakeInputBuffer() {
+GC_ERROR tcDataStream::StartAcquisition(int32_t startFlags, uint64_t numToAcquire) {
+  std::lock_guard<std::mutex> state(acquisitionMutex_);
+  if (acquiring_.load() != 0) return GC_ERR_RESOURCE_IN_USE;
+  if (numToAcquire == 0) return GC_ERR_INVALID_PARAMETER;
+  acquisition_.Stop();  // a thread that ended by itself is joined first
+  acquiring_.exchange(1);
+  grabbing_.store(true);
+  GC_ERROR result = OnStartAcquisition(startFlags, numToAcquire);
+  if (result != GC_ERR_SUCCESS) {
+    acquisition_.Stop();
+    grabbing_.store(false);
+    acquiring_.exchange(0);
+  }
+  return result;
+}
+
+GC_ERROR tcDataStream::StopAcquisition(int32_t stopFlags) {
+  std::lock_guard<std::mutex> state(acquisitionMutex_);
+  bool running = acquisition_.Running() || acquiring_.load() != 0;
+  acquisition_.Stop();
+  if (running) OnStopAcquisition(stopFlags);
+  grabbing_.store(false);
+  acquiring_.exchange(0);
+  return GC_ERR_SUCCESS;
+}
+
+void tcDataStream::AcquisitionEnded() {
+  grabbing_.store(false);
+  acquiring_.exchange(0);
+}
+
+tcBufferLease tcDataStream::TakeInputBuffer() {
   Lock lock(lock_);
-  if (input_.empty()) return nullptr;
+  if (input_.empty()) return {};
   tcBuffer* buffer = input_.front();
   input_.pop_front();
-  return buffer;
+  started_.fetch_add(1);
+  return tcBufferLease(this, buffer);
 }
 
-bool tcDataStream::HasInputBuffer() {
+tcBufferLease tcDataStream::WaitForInputBuffer() {
+  std::unique_lock<std::recursive_mutex> lock(lock_);
+  inputQueued_.wait(lock, [this] { return !input_.empty() || acquisition_.StopRequested(); });
+  if (acquisition_.StopRequested()) return {};
+  return TakeInputBuffer();
+}
+
+void tcDataStream::ReturnToInput(tcBuffer* buffer) {
   Lock lock(lock_);
-  return !input_.empty();
+  input_.push_front(buffer);
+  inputQueued_.notify_all();
 }
 
-void tcDataStream::DeliverBuffer(tcBuffer* buffer) {
+void tcDataStream::DeliverBuffer(tcBufferLease lease, bool imagePresent) {
+  tcBuffer* buffer = lease.Release();
   Lock lock(lock_);
   buffer->queued = false;
+  buffer->imagePresent = imagePresent;
   output_.push_back(buffer);
+  delivered_.fetch_add(1);
   if (event_ != nullptr) event_->AddBuffer(buffer);
 }
 
@@ -347,7 +397,7 @@ GC_ERROR tcDataStream::Read(uint64_t address, void* buffer, size_t* size) {
     case kInputBufferCount:
       return ReadRegister(input_.size(), 4, buffer, size);
     case kOutputBufferCount:
-    case kPayloadSize:
+    case kPayloadSize:  // reads the output-queue count, as the register map defines it
       return ReadRegister(output_.size(), 4, buffer, size);
     case kStartedFrameCount:
       return ReadRegister(started_.load(), 8, buffer, size);

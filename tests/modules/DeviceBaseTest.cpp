@@ -5,7 +5,7 @@
 
 #include <cstring>
 
-#include "api/HandleRegistry.h"
+#include "base/HandleRegistry.h"
 #include "support/LogMatch.h"
 #include "support/TestModules.h"
 

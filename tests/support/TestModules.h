@@ -18,39 +18,33 @@ class tcTestStream : public tcDataStream {
       : tcDataStream(std::move(id), "Custom", parent, 0) {}
   ~tcTestStream() override { StopAcquisition(0); }
 
-  GenTL::GC_ERROR StartAcquisition(int32_t, uint64_t numToAcquire) override {
-    if (acquiring_.load() != 0) return GenTL::GC_ERR_RESOURCE_IN_USE;
-    if (numToAcquire == 0) return GenTL::GC_ERR_INVALID_PARAMETER;
-    acquiring_.exchange(1);
-    grabbing_.store(true);
-    return GenTL::GC_ERR_SUCCESS;
-  }
-  GenTL::GC_ERROR StopAcquisition(int32_t) override {
-    acquiring_.exchange(0);
-    grabbing_.store(false);
-    return GenTL::GC_ERR_SUCCESS;
-  }
-
   // Delivers up to `count` buffers from the input list; returns how many were delivered.
-  int Deliver(int count, size_t filled = 0) {
+  int Deliver(int count, size_t filled = 0, bool image = true) {
     int delivered = 0;
     for (; delivered < count; ++delivered) {
-      tcBuffer* buffer = TakeInputBuffer();
-      if (buffer == nullptr) break;
-      uint64_t frame = started_.fetch_add(1) + 1;
+      tcBufferLease buffer = TakeInputBuffer();
+      if (!buffer) break;
       buffer->sizeFilled = filled;
-      buffer->frameId = frame;
-      DeliverBuffer(buffer);
-      delivered_.fetch_add(1);
+      buffer->frameId = started_.load();
+      DeliverBuffer(std::move(buffer), image);
     }
     return delivered;
   }
+  // Takes a buffer and gives it up again, as a transport does with an incomplete frame.
+  bool TakeAndDrop() { return static_cast<bool>(TakeInputBuffer()); }
   void SetPayloadSize(size_t size) { payloadSize_.store(size); }
 
   std::vector<tcBuffer*> queuedWhileAcquiring;
   bool refuseBuffers = false;
+  int starts = 0;
+  int stops = 0;
 
  protected:
+  GenTL::GC_ERROR OnStartAcquisition(int32_t, uint64_t) override {
+    ++starts;
+    return GenTL::GC_ERR_SUCCESS;
+  }
+  void OnStopAcquisition(int32_t) override { ++stops; }
   void BufferQueued(tcBuffer* buffer) override { queuedWhileAcquiring.push_back(buffer); }
   std::unique_ptr<tcBuffer> AllocBuffer(void* memory, uint64_t size, void* user,
                                         bool owned) override {
@@ -64,7 +58,7 @@ class tcTestDevice : public tcDevice {
   tcTestDevice(std::string id, tcInterface* parent, std::vector<std::string> streamIds = {})
       : tcDevice(std::move(id), parent) {
     for (std::string& stream : streamIds) {
-      streams_.push_back(std::make_unique<tcTestStream>(std::move(stream), this));
+      streams_.push_back(MakeModule<tcTestStream>(std::move(stream), this));
     }
     vendor_ = "Vendor";
     model_ = "Model";
@@ -103,21 +97,29 @@ class tcTestInterface : public tcInterface {
 
   GenTL::GC_ERROR UpdateDeviceList(GenTL::bool8_t* changed, uint64_t timeout) override {
     updateTimeouts.push_back(timeout);
-    size_t before = devices_.size();
-    for (std::string& id : discoverable_)
-      devices_.push_back(std::make_unique<tcTestDevice>(id, this));
+    size_t before = DeviceCount();
+    for (std::string& id : discoverable_) {
+      ModuleOwner<tcTestDevice> device = MakeModule<tcTestDevice>(id, this);
+      made_.push_back(device.get());
+      AddDevice(std::move(device));
+    }
     discoverable_.clear();
-    listUpdated_ = true;
-    if (changed != nullptr) *changed = devices_.size() != before;
+    MarkListUpdated();
+    if (changed != nullptr) *changed = DeviceCount() != before;
     return GenTL::GC_ERR_SUCCESS;
   }
 
-  tcTestDevice* Device(size_t index) { return static_cast<tcTestDevice*>(devices_[index].get()); }
+  // The devices in the order they were made (retired ones included).
+  tcTestDevice* Device(size_t index) { return made_[index]; }
+  void Discover(std::string id) { discoverable_.push_back(std::move(id)); }
+  using tcInterface::RetireDevice;
+  using tcInterface::ReviveDevice;
 
   std::vector<uint64_t> updateTimeouts;
 
  private:
   std::vector<std::string> discoverable_;
+  std::vector<tcTestDevice*> made_;
 };
 
 // The log text written since `total` (LogRingTotal() taken before the action).

@@ -1,0 +1,10 @@
+// Switches read from the environment at the moment they are needed.
+#pragma once
+
+namespace config {
+
+// GENTL_COMPAT_OPEN=1: opening works for consumers that skip the list updates and ask for
+// control access (the list is updated on demand and control access is taken as exclusive).
+bool CompatOpen();
+
+}  // namespace config
