@@ -153,3 +153,65 @@ TEST(InterfaceBase, ConstructionIsLoggedAndRegistered) {
 }
 
 }  // namespace
+
+namespace {
+
+// A device that misses a discovery pass leaves the list; closed, it is destroyed at once.
+TEST(InterfaceBase, ARetiredClosedDeviceIsDestroyedAndItsHandleGoesStale) {
+  tcTestInterface interface({"CamA", "CamB"});
+  interface.UpdateDeviceList(nullptr, 0);
+  void* camA = interface.Device(0);
+  ASSERT_EQ(HandleRegistry::Find(camA), HandleKind::kDevice);
+  interface.RetireDevice("CamA");
+  uint32_t count = 0;
+  ASSERT_EQ(interface.GetNumDevices(&count), GC_ERR_SUCCESS);
+  EXPECT_EQ(count, 1u);
+  EXPECT_EQ(HandleRegistry::Find(camA), std::nullopt);
+  EXPECT_EQ(interface.ReviveDevice("CamA"), nullptr);
+}
+
+// Open, it stays usable until DevClose, and the same camera answering again gets it back.
+TEST(InterfaceBase, ARetiredOpenDeviceLivesUntilClosedAndIsRevivedWithTheSameHandle) {
+  tcTestInterface interface({"CamA"});
+  void* handle = nullptr;
+  ASSERT_EQ(interface.OpenDevice("CamA", DEVICE_ACCESS_EXCLUSIVE, &handle), GC_ERR_SUCCESS);
+  interface.RetireDevice("CamA");
+  uint32_t count = 1;
+  ASSERT_EQ(interface.GetNumDevices(&count), GC_ERR_SUCCESS);
+  EXPECT_EQ(count, 0u);
+  ASSERT_EQ(HandleRegistry::Find(handle), HandleKind::kDevice);
+  EXPECT_EQ(interface.ReviveDevice("CamA"), nullptr);  // still open
+  auto* device = static_cast<tcDevice*>(handle);
+  char id[16] = "";
+  size_t size = sizeof id;
+  int32_t type = 0;
+  EXPECT_EQ(device->GetInfo(DEVICE_INFO_ID, &type, id, &size), GC_ERR_SUCCESS);
+  EXPECT_STREQ(id, "CamA");
+  ASSERT_EQ(device->Close(), GC_ERR_SUCCESS);
+  EXPECT_EQ(interface.ReviveDevice("CamA"), device);
+  ASSERT_EQ(interface.GetNumDevices(&count), GC_ERR_SUCCESS);
+  EXPECT_EQ(count, 1u);
+}
+
+TEST(InterfaceBase, CompatOpenUpdatesForAnUnknownIdAndTakesControlAsExclusive) {
+  tcTestInterface interface({"CamA"});
+  interface.UpdateDeviceList(nullptr, 0);
+  interface.Discover("CamB");
+  void* device = nullptr;
+  EXPECT_EQ(interface.OpenDevice("CamB", DEVICE_ACCESS_CONTROL, &device), GC_ERR_INVALID_ID);
+  setenv("GENTL_COMPAT_OPEN", "1", 1);
+  uint64_t before = LogRingTotal();
+  EXPECT_EQ(interface.OpenDevice("CamB", DEVICE_ACCESS_CONTROL, &device), GC_ERR_SUCCESS);
+  unsetenv("GENTL_COMPAT_OPEN");
+  EXPECT_EQ(interface.updateTimeouts, (std::vector<uint64_t>{0, 300}));
+  EXPECT_EQ(device, interface.Device(1));
+  EXPECT_EQ(interface.Device(1)->openFlags, std::vector<int32_t>{DEVICE_ACCESS_EXCLUSIVE});
+  std::string log = LogSince(before);
+  EXPECT_TRUE(HasLogLine(log, R"(gentl: info \[tcInterface::OpenDevice\] TestIF: device CamB )"
+                              R"(not in the list, updating it \(GENTL_COMPAT_OPEN\))"))
+      << log;
+  EXPECT_TRUE(HasLogLine(log, R"(gentl: info \[tcInterface::OpenDevice\] CamB: control access )"
+                              R"(taken as exclusive access \(GENTL_COMPAT_OPEN\))"));
+}
+
+}  // namespace

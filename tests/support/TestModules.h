@@ -72,9 +72,17 @@ class tcTestDevice : public tcDevice {
 
   GenTL::GC_ERROR Open(int32_t flags) override {
     openFlags.push_back(flags);
-    return openResults.empty() ? GenTL::GC_ERR_SUCCESS : openResults[openFlags.size() - 1];
+    GenTL::GC_ERROR result =
+        openResults.empty() ? GenTL::GC_ERR_SUCCESS : openResults[openFlags.size() - 1];
+    std::lock_guard<std::mutex> lock(stateMutex_);
+    if (result == GenTL::GC_ERR_SUCCESS) open_ = true;
+    return result;
   }
-  GenTL::GC_ERROR Close() override { return GenTL::GC_ERR_SUCCESS; }
+  GenTL::GC_ERROR Close() override {
+    std::lock_guard<std::mutex> lock(stateMutex_);
+    open_ = false;
+    return GenTL::GC_ERR_SUCCESS;
+  }
   GenTL::GC_ERROR GetInfo(int32_t command, int32_t* type, void* buffer, size_t* size) override {
     ++infoCalls;
     if (failInfo) return GenTL::GC_ERR_ERROR;
