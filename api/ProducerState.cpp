@@ -1,9 +1,8 @@
 // Definitions of the entry layer's process-wide values.
 #include "api/ProducerState.h"
 
-#include <mutex>
-
 #include "base/ModuleOwner.h"
+#include "base/tcMutex.h"
 #include "modules/tcSystem.h"
 
 std::atomic<bool> Initialised{false};
@@ -16,15 +15,15 @@ namespace {
 // handle registry first constructs it before the owner, so it is destroyed after it.
 struct tsSystemOwner {
   tsSystemOwner() { HandleRegistry::Find(nullptr); }
-  std::mutex mutex;
-  ModuleOwner<tcSystem> system;  // guarded by mutex
+  tcMutex mutex;
+  ModuleOwner<tcSystem> system GENTL_GUARDED_BY(mutex);
 };
 tsSystemOwner gOwner;
 
 }  // namespace
 
 GenTL::GC_ERROR CreateSystem(void** handle) {
-  std::lock_guard<std::mutex> lock(gOwner.mutex);
+  tcMutexLock lock(gOwner.mutex);
   if (gOwner.system != nullptr) return GenTL::GC_ERR_RESOURCE_IN_USE;
   if (handle == nullptr) return GenTL::GC_ERR_INVALID_PARAMETER;
   gOwner.system = MakeModule<tcSystem>();
@@ -35,7 +34,7 @@ GenTL::GC_ERROR CreateSystem(void** handle) {
 bool DestroySystem(const void* handle) {
   ModuleOwner<tcSystem> system;
   {
-    std::lock_guard<std::mutex> lock(gOwner.mutex);
+    tcMutexLock lock(gOwner.mutex);
     if (gOwner.system == nullptr || (handle != nullptr && handle != gOwner.system.get())) {
       return false;
     }

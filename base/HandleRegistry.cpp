@@ -7,10 +7,10 @@
 #include <chrono>
 #include <condition_variable>
 #include <map>
-#include <mutex>
 #include <vector>
 
 #include "base/tcHandlePin.h"
+#include "base/tcMutex.h"
 
 namespace {
 
@@ -21,9 +21,9 @@ struct tsEntry {
 };
 
 struct tsRegistry {
-  std::mutex mutex;
-  std::condition_variable unpinned;
-  std::map<uintptr_t, tsEntry> entries;  // guarded by mutex
+  tcMutex mutex;
+  std::condition_variable_any unpinned;
+  std::map<uintptr_t, tsEntry> entries GENTL_GUARDED_BY(mutex);
 };
 
 tsRegistry& Registry() {
@@ -46,7 +46,7 @@ uint32_t OwnPins(uintptr_t key) {
 
 void HandleRegistry::Enter(const void* object, HandleKind kind) {
   tsRegistry& registry = Registry();
-  std::lock_guard<std::mutex> lock(registry.mutex);
+  tcMutexLock lock(registry.mutex);
   tsEntry& entry = registry.entries[Key(object)];
   entry.kind = kind;
   entry.leaving = false;
@@ -55,7 +55,7 @@ void HandleRegistry::Enter(const void* object, HandleKind kind) {
 void HandleRegistry::Leave(const void* object, const std::function<void()>& wake) {
   tsRegistry& registry = Registry();
   uintptr_t key = Key(object);
-  std::unique_lock<std::mutex> lock(registry.mutex);
+  tcMutexLock lock(registry.mutex);
   auto it = registry.entries.find(key);
   if (it == registry.entries.end()) return;
   it->second.leaving = true;
@@ -74,7 +74,7 @@ void HandleRegistry::Leave(const void* object, const std::function<void()>& wake
 
 std::optional<HandleKind> HandleRegistry::Find(const void* object) {
   tsRegistry& registry = Registry();
-  std::lock_guard<std::mutex> lock(registry.mutex);
+  tcMutexLock lock(registry.mutex);
   auto it = registry.entries.find(Key(object));
   if (it == registry.entries.end() || it->second.leaving) return std::nullopt;
   return it->second.kind;
@@ -82,7 +82,7 @@ std::optional<HandleKind> HandleRegistry::Find(const void* object) {
 
 tcHandlePin HandleRegistry::Pin(const void* object) {
   tsRegistry& registry = Registry();
-  std::lock_guard<std::mutex> lock(registry.mutex);
+  tcMutexLock lock(registry.mutex);
   auto it = registry.entries.find(Key(object));
   if (object == nullptr || it == registry.entries.end() || it->second.leaving) return {};
   ++it->second.pins;
@@ -94,7 +94,7 @@ void HandleRegistry::Unpin(const void* object) {
   tsRegistry& registry = Registry();
   uintptr_t key = Key(object);
   {
-    std::lock_guard<std::mutex> lock(registry.mutex);
+    tcMutexLock lock(registry.mutex);
     auto it = registry.entries.find(key);
     if (it != registry.entries.end()) --it->second.pins;
     auto mine = std::find(tPinned.begin(), tPinned.end(), key);

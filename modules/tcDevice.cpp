@@ -46,14 +46,14 @@ tcDevice::~tcDevice() {
 }
 
 bool tcDevice::IsOpen() {
-  std::lock_guard<std::mutex> lock(stateMutex_);
+  tcMutexLock lock(stateMutex_);
   return open_;
 }
 
 void tcDevice::DestroyStreams() {
   std::vector<ModuleOwner<tcDataStream>> streams;
   {
-    std::lock_guard<std::mutex> lock(stateMutex_);
+    tcMutexLock lock(stateMutex_);
     streams = std::move(streams_);
     streams_.clear();
   }
@@ -62,7 +62,7 @@ void tcDevice::DestroyStreams() {
 }
 
 tcDataStream* tcDevice::StreamAt(size_t index, tcHandlePin* pin) {
-  std::lock_guard<std::mutex> lock(stateMutex_);
+  tcMutexLock lock(stateMutex_);
   if (index >= streams_.size()) return nullptr;
   *pin = HandleRegistry::Pin(streams_[index].get());
   return streams_[index].get();
@@ -97,7 +97,7 @@ GC_ERROR tcDevice::GetInfo(int32_t command, int32_t* type, void* buffer, size_t*
       break;
     case DEVICE_INFO_ACCESS_STATUS: {
       if (type != nullptr) *type = INFO_DATATYPE_INT32;
-      std::lock_guard<std::mutex> lock(stateMutex_);
+      tcMutexLock lock(stateMutex_);
       return AnswerDeviceInfo(&accessStatus_, sizeof accessStatus_, buffer, size);
     }
     case DEVICE_INFO_TIMESTAMP_FREQUENCY:
@@ -113,7 +113,7 @@ GC_ERROR tcDevice::GetInfo(int32_t command, int32_t* type, void* buffer, size_t*
 
 GC_ERROR tcDevice::GetNumDataStreams(uint32_t* count) {
   if (count == nullptr) return GC_ERR_INVALID_PARAMETER;
-  std::lock_guard<std::mutex> lock(stateMutex_);
+  tcMutexLock lock(stateMutex_);
   *count = static_cast<uint32_t>(streams_.size());
   return GC_ERR_SUCCESS;
 }

@@ -3,12 +3,12 @@
 #pragma once
 
 #include <cstdint>
-#include <mutex>
 #include <string>
 #include <vector>
 
 #include "base/ModuleOwner.h"
 #include "base/tcHandlePin.h"
+#include "base/tcMutex.h"
 #include "modules/tcModulePort.h"
 
 class tcInterface;
@@ -44,14 +44,14 @@ class tcDevice : public tcModulePort {
   tcInterface* parent_;
   // Guards the open state, the access status and the stream list against concurrent open,
   // close and list calls. Objects are destroyed outside it.
-  std::mutex stateMutex_;
-  bool open_ = false;                               // guarded by stateMutex_
-  std::vector<ModuleOwner<tcDataStream>> streams_;  // guarded by stateMutex_
+  tcMutex stateMutex_;
+  bool open_ GENTL_GUARDED_BY(stateMutex_) = false;
+  std::vector<ModuleOwner<tcDataStream>> streams_ GENTL_GUARDED_BY(stateMutex_);
   std::string vendor_;
   std::string model_;
   std::string tlType_;
   std::string displayName_;
-  int32_t accessStatus_ = GenTL::DEVICE_ACCESS_STATUS_UNKNOWN;  // guarded by stateMutex_
+  int32_t accessStatus_ GENTL_GUARDED_BY(stateMutex_) = GenTL::DEVICE_ACCESS_STATUS_UNKNOWN;
   std::string userDefinedName_;
   std::string serialNumber_;
   std::string version_;

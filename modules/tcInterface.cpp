@@ -70,7 +70,7 @@ tcInterface::tcInterface(const char* id, const char* tlType, tcSystem* system)
 tcInterface::~tcInterface() {
   std::vector<ModuleOwner<tcDevice>> devices;
   {
-    std::lock_guard<std::mutex> lock(listMutex_);
+    tcMutexLock lock(listMutex_);
     devices = std::move(devices_);
     for (auto& device : retired_)
       devices.push_back(std::move(device));
@@ -81,13 +81,13 @@ tcInterface::~tcInterface() {
 }
 
 void tcInterface::AddDevice(ModuleOwner<tcDevice> device) {
-  std::lock_guard<std::mutex> lock(listMutex_);
+  tcMutexLock lock(listMutex_);
   devices_.push_back(std::move(device));
 }
 
 void tcInterface::RetireDevice(const std::string& id) {
   {
-    std::lock_guard<std::mutex> lock(listMutex_);
+    tcMutexLock lock(listMutex_);
     auto it = std::find_if(devices_.begin(), devices_.end(),
                            [&](const auto& device) { return device->Name() == id; });
     if (it == devices_.end()) return;
@@ -98,7 +98,7 @@ void tcInterface::RetireDevice(const std::string& id) {
 }
 
 tcDevice* tcInterface::ReviveDevice(const std::string& id) {
-  std::lock_guard<std::mutex> lock(listMutex_);
+  tcMutexLock lock(listMutex_);
   for (auto it = retired_.begin(); it != retired_.end(); ++it) {
     if ((*it)->Name() != id || (*it)->IsOpen()) continue;
     tcDevice* device = it->get();
@@ -112,7 +112,7 @@ tcDevice* tcInterface::ReviveDevice(const std::string& id) {
 void tcInterface::DestroyClosedRetired() {
   std::vector<ModuleOwner<tcDevice>> closed;
   {
-    std::lock_guard<std::mutex> lock(listMutex_);
+    tcMutexLock lock(listMutex_);
     for (auto it = retired_.begin(); it != retired_.end();) {
       if ((*it)->IsOpen()) {
         ++it;
@@ -125,17 +125,17 @@ void tcInterface::DestroyClosedRetired() {
 }
 
 size_t tcInterface::DeviceCount() {
-  std::lock_guard<std::mutex> lock(listMutex_);
+  tcMutexLock lock(listMutex_);
   return devices_.size();
 }
 
 bool tcInterface::MarkListUpdated() {
-  std::lock_guard<std::mutex> lock(listMutex_);
+  tcMutexLock lock(listMutex_);
   return std::exchange(listUpdated_, true);
 }
 
 bool tcInterface::ListUpdated() {
-  std::lock_guard<std::mutex> lock(listMutex_);
+  tcMutexLock lock(listMutex_);
   return listUpdated_;
 }
 
@@ -182,14 +182,14 @@ GC_ERROR tcInterface::GetDeviceID(uint32_t index, char* id, size_t* size) {
 }
 
 tcDevice* tcInterface::DeviceAt(size_t index, tcHandlePin* pin) {
-  std::lock_guard<std::mutex> lock(listMutex_);
+  tcMutexLock lock(listMutex_);
   if (index >= devices_.size()) return nullptr;
   *pin = HandleRegistry::Pin(devices_[index].get());
   return devices_[index].get();
 }
 
 tcDevice* tcInterface::FindDevice(const char* id, tcHandlePin* pin) {
-  std::lock_guard<std::mutex> lock(listMutex_);
+  tcMutexLock lock(listMutex_);
   for (const auto& device : devices_) {
     if (device->Name() != id) continue;
     *pin = HandleRegistry::Pin(device.get());
@@ -209,7 +209,7 @@ GC_ERROR tcInterface::GetDeviceInfo(const char* id, int32_t command, int32_t* ty
 
 // Logs each comparison, as the open's trace shows which devices were looked at.
 tcDevice* tcInterface::MatchDevice(const char* id, tcHandlePin* pin) {
-  std::lock_guard<std::mutex> lock(listMutex_);
+  tcMutexLock lock(listMutex_);
   for (const auto& device : devices_) {
     LogPrint(kLogDebug, "tcInterface::OpenDevice", "Checking %s == %s", device->Name(), id);
     if (device->Name() != id) continue;

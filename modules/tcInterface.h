@@ -3,12 +3,12 @@
 #pragma once
 
 #include <cstdint>
-#include <mutex>
 #include <string>
 #include <vector>
 
 #include "base/ModuleOwner.h"
 #include "base/tcHandlePin.h"
+#include "base/tcMutex.h"
 #include "modules/tcModulePort.h"
 
 class tcSystem;
@@ -66,9 +66,9 @@ class tcInterface : public tcModulePort {
   tcDevice* MatchDevice(const char* id, tcHandlePin* pin);
   void DestroyClosedRetired();
 
-  std::mutex listMutex_;
-  std::vector<ModuleOwner<tcDevice>> devices_;  // guarded by listMutex_
-  std::vector<ModuleOwner<tcDevice>> retired_;  // guarded by listMutex_
-  bool listUpdated_ = false;                    // guarded by listMutex_
-  uint32_t deviceSelector_ = 0;                 // guarded by the access mutex
+  tcMutex listMutex_;
+  std::vector<ModuleOwner<tcDevice>> devices_ GENTL_GUARDED_BY(listMutex_);
+  std::vector<ModuleOwner<tcDevice>> retired_ GENTL_GUARDED_BY(listMutex_);
+  bool listUpdated_ GENTL_GUARDED_BY(listMutex_) = false;
+  uint32_t deviceSelector_ = 0;  // guarded by the access mutex
 };

@@ -41,7 +41,7 @@ tcModulePort::tcModulePort(std::string name, const tsModulePortIdentity& identit
     : tcPort(std::move(name)), identity_(identity) {}
 
 const std::string& tcModulePort::Description() {
-  std::lock_guard<std::recursive_mutex> lock(AccessMutex());
+  tcMutexLock lock(AccessMutex());
   if (xml_.empty()) xml_ = BuildXml();
   return xml_;
 }

@@ -42,5 +42,5 @@ class tcModulePort : public tcPort {
   std::string Url();
 
   tsModulePortIdentity identity_;
-  std::string xml_;  // guarded by the access mutex; empty until built
+  std::string xml_ GENTL_GUARDED_BY(AccessMutex());  // empty until built
 };

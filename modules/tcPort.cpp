@@ -16,12 +16,12 @@ tcPort::~tcPort() {
 }
 
 GC_ERROR tcPort::ReadPort(uint64_t address, void* buffer, size_t* size) {
-  std::lock_guard<std::recursive_mutex> lock(access_);
+  tcMutexLock lock(access_);
   return Read(address, buffer, size);
 }
 
 GC_ERROR tcPort::WritePort(uint64_t address, const void* buffer, size_t* size) {
-  std::lock_guard<std::recursive_mutex> lock(access_);
+  tcMutexLock lock(access_);
   return Write(address, buffer, size);
 }
 

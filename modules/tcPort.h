@@ -4,10 +4,10 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <mutex>
 #include <string>
 
 #include "GenTL.h"
+#include "base/tcMutex.h"
 
 class tcPort {
  public:
@@ -37,9 +37,9 @@ class tcPort {
   const std::string& Name() const { return name_; }
   // The mutex that serialises register access; other code reading the port's registers takes
   // it too.
-  std::recursive_mutex& AccessMutex() { return access_; }
+  tcRecursiveMutex& AccessMutex() GENTL_RETURN_CAPABILITY(access_) { return access_; }
 
  private:
   std::string name_;
-  std::recursive_mutex access_;
+  tcRecursiveMutex access_;
 };

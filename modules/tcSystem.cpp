@@ -38,7 +38,7 @@ tcSystem::~tcSystem() {
   for (;;) {
     ModuleOwner<tcInterface> last;
     {
-      std::lock_guard<std::mutex> lock(listMutex_);
+      tcMutexLock lock(listMutex_);
       if (SystemInterfaceList.empty()) break;
       last = std::move(SystemInterfaceList.back());
       SystemInterfaceList.pop_back();
@@ -48,12 +48,12 @@ tcSystem::~tcSystem() {
 }
 
 tcInterface* tcSystem::InterfaceAt(size_t index) {
-  std::lock_guard<std::mutex> lock(listMutex_);
+  tcMutexLock lock(listMutex_);
   return index < SystemInterfaceList.size() ? SystemInterfaceList[index].get() : nullptr;
 }
 
 size_t tcSystem::InterfaceCount() {
-  std::lock_guard<std::mutex> lock(listMutex_);
+  tcMutexLock lock(listMutex_);
   return SystemInterfaceList.size();
 }
 
@@ -76,7 +76,7 @@ GC_ERROR tcSystem::GetInterfaceID(uint32_t index, char* id, size_t* size) {
 }
 
 tcInterface* tcSystem::FindInterface(const char* id) {
-  std::lock_guard<std::mutex> lock(listMutex_);
+  tcMutexLock lock(listMutex_);
   for (const auto& interface : SystemInterfaceList) {
     if (interface->Name() == id) return interface.get();
   }
@@ -121,7 +121,7 @@ constexpr ModuleOwner<tcInterface> (*kTransports[])(tcSystem*) = {
 }  // namespace
 
 GC_ERROR tcSystem::UpdateInterfaceList(bool8_t* changed, uint64_t /*timeout: unused*/) {
-  std::lock_guard<std::mutex> lock(listMutex_);
+  tcMutexLock lock(listMutex_);
   bool created = SystemInterfaceList.empty();
   if (created) {
     for (auto make : kTransports)

@@ -3,10 +3,10 @@
 #pragma once
 
 #include <cstdint>
-#include <mutex>
 #include <vector>
 
 #include "base/ModuleOwner.h"
+#include "base/tcMutex.h"
 #include "modules/tcModulePort.h"
 
 class tcInterface;
@@ -36,8 +36,8 @@ class tcSystem : public tcModulePort {
   tcInterface* InterfaceAt(size_t index);
   size_t InterfaceCount();
 
-  std::mutex listMutex_;
-  std::vector<ModuleOwner<tcInterface>> SystemInterfaceList;  // guarded by listMutex_
+  tcMutex listMutex_;
+  std::vector<ModuleOwner<tcInterface>> SystemInterfaceList GENTL_GUARDED_BY(listMutex_);
   uint32_t InterfaceUpdateTimeout = 0;  // register 0x10808, guarded by the access mutex
   uint32_t interfaceSelector_ = 0;      // register 0x10810, guarded by the access mutex
 };

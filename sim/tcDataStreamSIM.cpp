@@ -31,7 +31,7 @@ GC_ERROR tcDataStreamSIM::GetInfo(int32_t command, int32_t* type, void* buffer, 
   auto* device = dynamic_cast<tcDeviceSIM*>(Parent());
   size_t value = 0;
   if (command == STREAM_INFO_PAYLOAD_SIZE && device != nullptr) {
-    std::unique_lock<std::mutex> lock = device->LockRegisters();
+    tcMutexLock lock(device->RegistersMutex());
     value = device->GetPayloadSize();
     payloadSize_.store(value);
     if (value == 0) return GC_ERR_NOT_IMPLEMENTED;
@@ -47,7 +47,7 @@ GC_ERROR tcDataStreamSIM::GetInfo(int32_t command, int32_t* type, void* buffer, 
 bool tcDataStreamSIM::AcquireFrame(tcDeviceSIM* device, uint64_t timestampNs) {
   std::vector<std::pair<uint32_t, tcDeviceSIM::tsRegion>> regions;
   {
-    std::unique_lock<std::mutex> lock = device->LockRegisters();
+    tcMutexLock lock(device->RegistersMutex());
     regions = device->EnabledRegions();
   }
   for (const auto& [index, region] : regions) {
@@ -70,7 +70,7 @@ void tcDataStreamSIM::AcquistionThread(uint64_t frameBudget) {
     while (!acquisition_.StopRequested()) {
       uint64_t periodUs = 0;
       {
-        std::unique_lock<std::mutex> lock = device->LockRegisters();
+        tcMutexLock lock(device->RegistersMutex());
         periodUs = device->FramePeriodUs();
       }
       uint64_t deadline = platform::MonotonicNs() + periodUs * 1000;

@@ -85,7 +85,7 @@ GC_ERROR tcDeviceSIM::Open(int32_t openFlags) {
               openFlags);
     return GC_ERR_NOT_IMPLEMENTED;
   }
-  std::lock_guard<std::mutex> lock(stateMutex_);
+  tcMutexLock lock(stateMutex_);
   if (open_) return GC_ERR_RESOURCE_IN_USE;
   port_ = MakeModule<tcPortSIM>(this);
   streams_.push_back(MakeModule<tcDataStreamSIM>("Stream0", this));
@@ -98,7 +98,7 @@ GC_ERROR tcDeviceSIM::Close() {
   DestroyStreams();  // their frame threads read the registers: streams go first
   ModuleOwner<tcPortSIM> port;
   {
-    std::lock_guard<std::mutex> lock(stateMutex_);
+    tcMutexLock lock(stateMutex_);
     port = std::move(port_);
     open_ = false;
     accessStatus_ = DEVICE_ACCESS_STATUS_READWRITE;
@@ -107,12 +107,8 @@ GC_ERROR tcDeviceSIM::Close() {
 }
 
 tcPort* tcDeviceSIM::RemotePort() {
-  std::lock_guard<std::mutex> lock(stateMutex_);
+  tcMutexLock lock(stateMutex_);
   return port_.get();
-}
-
-std::unique_lock<std::mutex> tcDeviceSIM::LockRegisters() {
-  return std::unique_lock<std::mutex>(registersMutex_);
 }
 
 GC_ERROR tcDeviceSIM::GetInfo(int32_t command, int32_t* type, void* buffer, size_t* size) {
@@ -167,7 +163,7 @@ int tcDeviceSIM::FillBuffer(tcBuffer* buffer, const tsRegion& region, uint64_t t
   size_t payload = 0;
   const tcPatternGenerator* generator = nullptr;
   {
-    std::unique_lock<std::mutex> lock = LockRegisters();
+    tcMutexLock lock(registersMutex_);
     payload = GetPayloadSize();
     if (payload > buffer->size) return -1;
     uint64_t pattern = 0;

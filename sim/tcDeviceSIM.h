@@ -14,6 +14,7 @@
 
 #include <pugixml.hpp>
 
+#include "base/tcMutex.h"
 #include "modules/tcDevice.h"
 #include "sim/tcPatternGenerator.h"
 
@@ -97,7 +98,7 @@ class tcDeviceSIM : public tcDevice {
   const std::string& XmlPath() const { return xmlPath_; }
   // The register map's mutex: the remote port's accesses, the frame thread and the stream's
   // payload size take it (never while a frame is drawn).
-  std::unique_lock<std::mutex> LockRegisters();
+  tcMutex& RegistersMutex() GENTL_RETURN_CAPABILITY(registersMutex_) { return registersMutex_; }
 
  private:
   void BuildRegmap(const pugi::xml_node& root);
@@ -125,6 +126,6 @@ class tcDeviceSIM : public tcDevice {
   std::map<uint32_t, std::unique_ptr<tcPatternGenerator>> generators_;
   std::atomic<uint64_t> frameCounter_{0};
   std::atomic<uint64_t> acquisitionStartNs_{0};
-  std::mutex registersMutex_;
-  ModuleOwner<tcPortSIM> port_;  // guarded by stateMutex_
+  tcMutex registersMutex_;
+  ModuleOwner<tcPortSIM> port_ GENTL_GUARDED_BY(stateMutex_);
 };

@@ -19,12 +19,12 @@ tcPortSIM::tcPortSIM(tcDeviceSIM* device) : tcPort("SimCamPort"), device_(device
 
 GC_ERROR tcPortSIM::Read(uint64_t address, void* buffer, size_t* size) {
   GENTL_LOG(kLogDebug, "%s, addr = 0x%X, size = %d", Name(), address, *size);
-  std::unique_lock<std::mutex> registers = device_->LockRegisters();
+  tcMutexLock registers(device_->RegistersMutex());
   return device_->ReadRegisters(address, buffer, *size);
 }
 
 GC_ERROR tcPortSIM::Write(uint64_t address, const void* buffer, size_t* size) {
-  std::unique_lock<std::mutex> registers = device_->LockRegisters();
+  tcMutexLock registers(device_->RegistersMutex());
   return device_->WriteRegisters(address, buffer, *size);
 }
 

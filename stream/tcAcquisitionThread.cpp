@@ -17,31 +17,32 @@ tcAcquisitionThread::~tcAcquisitionThread() {
 }
 
 void tcAcquisitionThread::SetWake(std::function<void()> wake) {
-  std::lock_guard<std::mutex> lock(mutex_);
+  tcMutexLock lock(mutex_);
   wake_ = std::move(wake);
 }
 
 void tcAcquisitionThread::Start(std::function<void()> body) {
-  std::unique_lock<std::mutex> lock(mutex_);
+  tcMutexLock lock(mutex_);
   stop_.store(false, std::memory_order_release);
   bool started = false;
-  std::condition_variable running;
+  std::condition_variable_any running;
   thread_ = std::thread([&, body = std::move(body)] {
     {
       // Notified under the lock: Start cannot return (and `running` cannot go) before this
       // block has ended.
-      std::lock_guard<std::mutex> handshake(mutex_);
+      tcMutexLock handshake(mutex_);
       id_.store(std::this_thread::get_id());
       started = true;
       running.notify_one();
     }
     body();
   });
-  running.wait(lock, [&] { return started; });
+  while (!started)
+    running.wait(lock);
 }
 
 bool tcAcquisitionThread::Stop() {
-  std::unique_lock<std::mutex> lock(mutex_);
+  tcMutexLock lock(mutex_);
   if (!thread_.joinable()) return false;
   stop_.store(true, std::memory_order_release);
   std::function<void()> wake = wake_;
@@ -56,7 +57,7 @@ bool tcAcquisitionThread::Stop() {
 }
 
 bool tcAcquisitionThread::Running() const {
-  std::lock_guard<std::mutex> lock(mutex_);
+  tcMutexLock lock(mutex_);
   return thread_.joinable();
 }
 
@@ -65,7 +66,7 @@ bool tcAcquisitionThread::OnAcquisitionThread() const {
 }
 
 bool tcAcquisitionThread::SleepUntil(uint64_t deadlineNs) {
-  std::unique_lock<std::mutex> lock(mutex_);
+  tcMutexLock lock(mutex_);
   for (uint64_t now = platform::MonotonicNs(); now < deadlineNs && !StopRequested();
        now = platform::MonotonicNs()) {
     uint64_t remaining = std::min(deadlineNs - now, kLongestSleepNs);

@@ -8,8 +8,9 @@
 #include <condition_variable>
 #include <cstdint>
 #include <functional>
-#include <mutex>
 #include <thread>
+
+#include "base/tcMutex.h"
 
 class tcAcquisitionThread {
  public:
@@ -35,10 +36,10 @@ class tcAcquisitionThread {
   bool SleepUntil(uint64_t deadlineNs);
 
  private:
-  std::function<void()> wake_;
+  mutable tcMutex mutex_;
+  std::function<void()> wake_ GENTL_GUARDED_BY(mutex_);
+  std::thread thread_ GENTL_GUARDED_BY(mutex_);
   std::atomic<bool> stop_{false};
   std::atomic<std::thread::id> id_{};
-  mutable std::mutex mutex_;
-  std::condition_variable stopped_;  // ends SleepUntil early
-  std::thread thread_;               // guarded by mutex_ for Start/Stop/Running
+  std::condition_variable_any stopped_;  // ends SleepUntil early
 };

@@ -21,7 +21,7 @@ namespace {
 constexpr tsModulePortIdentity kStreamPort = {
     "tcDataStream", "StreamPort", "DataStream", "StreamPort", "vantora_datastream_", true, true};
 
-using Lock = std::lock_guard<std::recursive_mutex>;
+using Lock = tcMutexLock<tcRecursiveMutex>;
 
 }  // namespace
 
@@ -171,6 +171,10 @@ GC_ERROR tcDataStream::QueueBuffer(void* handle) {
   Lock lock(lock_);
   tcBuffer* buffer = FindAnnounced(handle);
   if (buffer == nullptr) return GC_ERR_INVALID_HANDLE;
+  return QueueLocked(buffer);
+}
+
+GC_ERROR tcDataStream::QueueLocked(tcBuffer* buffer) {
   if (buffer->queued) return GC_ERR_BUSY;
   buffer->queued = true;
   input_.push_back(buffer);
@@ -219,13 +223,13 @@ GC_ERROR tcDataStream::FlushQueue(int32_t operation) {
     case ACQ_QUEUE_ALL_TO_INPUT:
       DiscardOutput();
       for (const auto& buffer : announced_) {
-        if (!InList(input_, buffer.get())) QueueBuffer(buffer.get());
+        if (!InList(input_, buffer.get())) QueueLocked(buffer.get());
       }
       return GC_ERR_SUCCESS;
     case ACQ_QUEUE_UNQUEUED_TO_INPUT:
       for (const auto& buffer : announced_) {
         if (!InList(input_, buffer.get()) && !InList(output_, buffer.get())) {
-          QueueBuffer(buffer.get());
+          QueueLocked(buffer.get());
         }
       }
       return GC_ERR_SUCCESS;
@@ -243,7 +247,7 @@ GC_ERROR tcDataStream::FlushQueue(int32_t operation) {
 }
 
 GC_ERROR tcDataStream::StartAcquisition(int32_t startFlags, uint64_t numToAcquire) {
-  std::lock_guard<std::mutex> state(acquisitionMutex_);
+  tcMutexLock state(acquisitionMutex_);
   if (acquiring_.load() != 0) return GC_ERR_RESOURCE_IN_USE;
   if (numToAcquire == 0) return GC_ERR_INVALID_PARAMETER;
   acquisition_.Stop();  // a thread that ended by itself is joined first
@@ -259,7 +263,7 @@ GC_ERROR tcDataStream::StartAcquisition(int32_t startFlags, uint64_t numToAcquir
 }
 
 GC_ERROR tcDataStream::StopAcquisition(int32_t stopFlags) {
-  std::lock_guard<std::mutex> state(acquisitionMutex_);
+  tcMutexLock state(acquisitionMutex_);
   bool running = acquisition_.Running() || acquiring_.load() != 0;
   acquisition_.Stop();
   if (running) OnStopAcquisition(stopFlags);
@@ -275,6 +279,10 @@ void tcDataStream::AcquisitionEnded() {
 
 tcBufferLease tcDataStream::TakeInputBuffer() {
   Lock lock(lock_);
+  return TakeInputLocked();
+}
+
+tcBufferLease tcDataStream::TakeInputLocked() {
   if (input_.empty()) return {};
   tcBuffer* buffer = input_.front();
   input_.pop_front();
@@ -283,10 +291,11 @@ tcBufferLease tcDataStream::TakeInputBuffer() {
 }
 
 tcBufferLease tcDataStream::WaitForInputBuffer() {
-  std::unique_lock<std::recursive_mutex> lock(lock_);
-  inputQueued_.wait(lock, [this] { return !input_.empty() || acquisition_.StopRequested(); });
+  Lock lock(lock_);
+  while (input_.empty() && !acquisition_.StopRequested())
+    inputQueued_.wait(lock);
   if (acquisition_.StopRequested()) return {};
-  return TakeInputBuffer();
+  return TakeInputLocked();
 }
 
 void tcDataStream::ReturnToInput(tcBuffer* buffer) {

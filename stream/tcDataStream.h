@@ -16,6 +16,7 @@
 #include <mutex>
 #include <string>
 
+#include "base/tcMutex.h"
 #include "modules/tcModulePort.h"
 #include "stream/tcAcquisitionThread.h"
 #include "stream/tcBufferLease.h"
@@ -61,7 +62,7 @@ class tcDataStream : public tcEventProducer, public tcModulePort {
   void RemoveFromOutput(tcBuffer* buffer);
   // An undelivered lease gives its buffer back: head of the input list, still queued.
   void ReturnToInput(tcBuffer* buffer);
-  std::recursive_mutex& StreamMutex() { return lock_; }
+  tcRecursiveMutex& StreamMutex() GENTL_RETURN_CAPABILITY(lock_) { return lock_; }
   tcDevice* Parent() const { return parent_; }
   int Index() const { return index_; }
 
@@ -101,23 +102,26 @@ class tcDataStream : public tcEventProducer, public tcModulePort {
   std::atomic<int32_t> acquiring_{0};
 
  private:
-  tcBuffer* FindAnnounced(void* handle);
+  tcBuffer* FindAnnounced(void* handle) GENTL_REQUIRES(lock_);
   bool InList(const std::list<tcBuffer*>& list, const tcBuffer* buffer) const;
   GenTL::GC_ERROR Announce(std::unique_ptr<tcBuffer> buffer, void** handle);
-  void DiscardOutput();
+  GenTL::GC_ERROR QueueLocked(tcBuffer* buffer) GENTL_REQUIRES(lock_);
+  tcBufferLease TakeInputLocked() GENTL_REQUIRES(lock_);
+  void DiscardOutput() GENTL_REQUIRES(lock_);
   // Takes the event away from the stream, wakes its waiters and destroys it.
   void DestroyEvent();
   void DestroyBuffers();
 
   std::string tlType_;
   std::atomic<bool> open_{false};
-  std::list<std::unique_ptr<tcBuffer>> announced_;  // guarded by lock_
-  std::list<tcBuffer*> input_;                      // guarded by lock_
-  std::list<tcBuffer*> output_;                     // guarded by lock_
+  std::list<std::unique_ptr<tcBuffer>> announced_ GENTL_GUARDED_BY(lock_);
+  std::list<tcBuffer*> input_ GENTL_GUARDED_BY(lock_);
+  std::list<tcBuffer*> output_ GENTL_GUARDED_BY(lock_);
   tcDevice* parent_;
   int index_;
-  std::unique_ptr<tcEventNewBuffer> event_;  // guarded by lock_
-  std::recursive_mutex lock_;
+  std::unique_ptr<tcEventNewBuffer> event_ GENTL_GUARDED_BY(lock_);
+  // Re-entered by the new-buffer event, which takes it around its own read (see LockSource).
+  tcRecursiveMutex lock_;
   std::condition_variable_any inputQueued_;  // with lock_: a buffer was queued, or stop
-  std::mutex acquisitionMutex_;              // serialises start and stop
+  tcMutex acquisitionMutex_;                 // serialises start and stop
 };

@@ -77,7 +77,7 @@ GC_ERROR tcEvent::GetData(void* buffer, size_t* size, uint64_t timeoutMs) {
   if (killed_.exchange(false)) return GC_ERR_ABORT;
   if (retiring_.load()) return GC_ERR_ABORT;
   if (waited != 0) return GC_ERR_TIMEOUT;
-  std::unique_lock<std::recursive_mutex> source = LockSource();
+  std::unique_lock<tcRecursiveMutex> source = LockSource();
   if (retiring_.load()) return GC_ERR_ABORT;
   lock_.Lock(tcLock::kInfinite);
   GC_ERROR result = GetData(buffer, size);

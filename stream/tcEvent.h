@@ -12,6 +12,7 @@
 #include "GenTL.h"
 #include "base/tcCountingSem.h"
 #include "base/tcLock.h"
+#include "base/tcMutex.h"
 #include "stream/tcEventData.h"
 
 class tcEvent {
@@ -39,7 +40,7 @@ class tcEvent {
 
  protected:
   // The event source's lock, held around the typed read; none by default.
-  virtual std::unique_lock<std::recursive_mutex> LockSource() { return {}; }
+  virtual std::unique_lock<tcRecursiveMutex> LockSource() { return {}; }
   // The oldest entry, or null; called with the event's lock held.
   std::unique_ptr<tcEventData> PopFront();
   const tcEventData* Front() const;

@@ -22,8 +22,8 @@ constexpr size_t kValueOffset = 16;  // EVENT_DATA_VALUE reads from here
 tcEventNewBuffer::tcEventNewBuffer(tcDataStream* stream)
     : tcEvent(EVENT_NEW_BUFFER), stream_(stream) {}
 
-std::unique_lock<std::recursive_mutex> tcEventNewBuffer::LockSource() {
-  return std::unique_lock<std::recursive_mutex>(stream_->StreamMutex());
+std::unique_lock<tcRecursiveMutex> tcEventNewBuffer::LockSource() {
+  return std::unique_lock<tcRecursiveMutex>(stream_->StreamMutex());
 }
 
 void tcEventNewBuffer::AddBuffer(tcBuffer* buffer) {

@@ -21,7 +21,7 @@ class tcEventNewBuffer : public tcEvent {
   void AddBuffer(tcBuffer* buffer);
 
  protected:
-  std::unique_lock<std::recursive_mutex> LockSource() override;
+  std::unique_lock<tcRecursiveMutex> LockSource() override;
 
  private:
   tcDataStream* stream_;

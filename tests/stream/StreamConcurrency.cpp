@@ -81,7 +81,7 @@ TEST(StreamConcurrency, EveryDeliveredBufferIsReceivedOrDiscardedOnce) {
       stream.ReadPort(0x10060, &count, &size);
       if (round % 8 == 0) {
         {
-          std::lock_guard<std::recursive_mutex> lock(stream.StreamMutex());
+          tcMutexLock lock(stream.StreamMutex());
           size = sizeof value;
           stream.GetInfo(STREAM_INFO_NUM_AWAIT_DELIVERY, &type, &value, &size);
           stream.FlushQueue(ACQ_QUEUE_OUTPUT_DISCARD);

@@ -74,12 +74,12 @@ class tcTestDevice : public tcDevice {
     openFlags.push_back(flags);
     GenTL::GC_ERROR result =
         openResults.empty() ? GenTL::GC_ERR_SUCCESS : openResults[openFlags.size() - 1];
-    std::lock_guard<std::mutex> lock(stateMutex_);
+    tcMutexLock lock(stateMutex_);
     if (result == GenTL::GC_ERR_SUCCESS) open_ = true;
     return result;
   }
   GenTL::GC_ERROR Close() override {
-    std::lock_guard<std::mutex> lock(stateMutex_);
+    tcMutexLock lock(stateMutex_);
     open_ = false;
     return GenTL::GC_ERR_SUCCESS;
   }
