@@ -91,12 +91,13 @@ const char* ParseDirective(const char* p, Directive* d, const LogArg* args, size
 }
 
 // Builds "%<flags><width>.<precision><length><conversion>" for snprintf.
-void BuildSpec(char* spec, size_t size, const Directive& d, const char* length, char conversion) {
+void BuildDirectiveFormat(char* directiveFormat, size_t size, const Directive& d,
+                          const char* length, char conversion) {
   char width[16] = "";
   char precision[16] = "";
   if (d.width >= 0) snprintf(width, sizeof width, "%d", d.width);
   if (d.precision >= 0) snprintf(precision, sizeof precision, ".%d", d.precision);
-  snprintf(spec, size, "%%%s%s%s%s%c", d.flags, width, precision, length, conversion);
+  snprintf(directiveFormat, size, "%%%s%s%s%s%c", d.flags, width, precision, length, conversion);
 }
 
 // Unsigned view of an integer argument in its own width (a negative int prints as 32 bits).
@@ -117,50 +118,52 @@ uint64_t UnsignedView(const LogArg& arg) {
   return 0;
 }
 
-void PutFormatted(Sink* sink, const char* spec, ...) __attribute__((format(printf, 2, 3)));
+void PutFormatted(Sink* sink, const char* directiveFormat, ...)
+    __attribute__((format(printf, 2, 3)));
 
-void PutFormatted(Sink* sink, const char* spec, ...) {
+void PutFormatted(Sink* sink, const char* directiveFormat, ...) {
   char piece[512];
   va_list list;
-  va_start(list, spec);
+  va_start(list, directiveFormat);
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
-  int n = vsnprintf(piece, sizeof piece, spec, list);
+  int n = vsnprintf(piece, sizeof piece, directiveFormat, list);
 #pragma GCC diagnostic pop
   va_end(list);
   if (n > 0) sink->Put(piece, static_cast<size_t>(n) < sizeof piece ? n : sizeof piece - 1);
 }
 
 void PutInteger(Sink* sink, const Directive& d, const LogArg& arg) {
-  char spec[48];
+  char directiveFormat[48];
   bool decimal = d.conversion == 'd' || d.conversion == 'i';
   // A signed conversion of an unsigned value that fits keeps its flags ("%+d").
   bool fitsSigned = arg.kind != LogArg::Kind::kUnsigned || arg.u <= INT64_MAX;
   if (decimal && fitsSigned) {
-    BuildSpec(spec, sizeof spec, d, "ll", 'd');
-    PutFormatted(sink, spec,
+    BuildDirectiveFormat(directiveFormat, sizeof directiveFormat, d, "ll", 'd');
+    PutFormatted(sink, directiveFormat,
                  arg.kind == LogArg::Kind::kSigned ? static_cast<long long>(arg.i)
                                                    : static_cast<long long>(UnsignedView(arg)));
     return;
   }
-  BuildSpec(spec, sizeof spec, d, "ll", decimal ? 'u' : d.conversion);
-  PutFormatted(sink, spec, static_cast<unsigned long long>(UnsignedView(arg)));
+  BuildDirectiveFormat(directiveFormat, sizeof directiveFormat, d, "ll",
+                       decimal ? 'u' : d.conversion);
+  PutFormatted(sink, directiveFormat, static_cast<unsigned long long>(UnsignedView(arg)));
 }
 
 void PutString(Sink* sink, const Directive& d, const LogArg& arg) {
   const char* text = arg.kind == LogArg::Kind::kString && arg.s != nullptr ? arg.s : "(null)";
-  char spec[48];
-  BuildSpec(spec, sizeof spec, d, "", 's');
-  PutFormatted(sink, spec, text);
+  char directiveFormat[48];
+  BuildDirectiveFormat(directiveFormat, sizeof directiveFormat, d, "", 's');
+  PutFormatted(sink, directiveFormat, text);
 }
 
 void PutDouble(Sink* sink, const Directive& d, const LogArg& arg) {
   double value = arg.kind == LogArg::Kind::kDouble   ? arg.d
                  : arg.kind == LogArg::Kind::kSigned ? static_cast<double>(arg.i)
                                                      : static_cast<double>(arg.u);
-  char spec[48];
-  BuildSpec(spec, sizeof spec, d, "", d.conversion);
-  PutFormatted(sink, spec, value);
+  char directiveFormat[48];
+  BuildDirectiveFormat(directiveFormat, sizeof directiveFormat, d, "", d.conversion);
+  PutFormatted(sink, directiveFormat, value);
 }
 
 void PutPointer(Sink* sink, const LogArg& arg) {

@@ -57,7 +57,7 @@ void tcDeviceSIM::WriteDefaults() {
   SetString("DeviceVersion", version_);
   SetString("DeviceFirmwareVersion", version_);
   SetString("DeviceManufacturerInfo", "Vantora GenTL simulated camera");
-  SetString("SoftwareBuildDate", __DATE__);
+  SetString("SoftwareBuildDate", GENTL_BUILD_DATE);
   SetInt("SensorWidth", kSensorWidth);
   SetInt("SensorHeight", kSensorHeight);
   SetInt("PixelFormatRegister", kPixelMono8);

@@ -4,12 +4,12 @@
 
 #include <chrono>
 #include <cstring>
-#include <thread>
 
 #include "GenTL.h"
 #include "stream/tcEvent.h"
 #include "support/LogMatch.h"
 #include "support/TestModules.h"
+#include "support/WaitingThread.h"
 
 using namespace GenTL;
 
@@ -74,12 +74,11 @@ TEST_F(Event, KillAbortsOneWaitAndTheNextWaitsNormally) {
 }
 
 TEST_F(Event, KillWakesAWaitingThread) {
-  GC_ERROR result = GC_ERR_SUCCESS;
-  std::thread waiter([&] { result = Take(GENTL_INFINITE); });
-  std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  WaitingThread waiter([this] { return Take(GENTL_INFINITE); });
+  bool waiting = waiter.BlockedIn(event_, sizeof(tcEvent));
   EXPECT_EQ(event_->Kill(), GC_ERR_SUCCESS);
-  waiter.join();
-  EXPECT_EQ(result, GC_ERR_ABORT);
+  EXPECT_EQ(waiter.Join(), GC_ERR_ABORT);
+  EXPECT_TRUE(waiting);
 }
 
 TEST_F(Event, SizeQueryConsumesOneCount) {
@@ -191,12 +190,15 @@ TEST_F(Event, DataInfoOffsetsStayWithinTheCallersBlock) {
 }
 
 TEST_F(Event, UnregisterWakesAWaiterWithAbort) {
-  GC_ERROR result = GC_ERR_SUCCESS;
-  std::thread waiter([&] { result = Take(GENTL_INFINITE); });
-  std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  WaitingThread waiter([this] { return Take(GENTL_INFINITE); });
+  // Unregistering frees the event: only a thread already waiting in it may be woken that way.
+  if (!waiter.BlockedIn(event_, sizeof(tcEvent))) {
+    event_->Kill();
+    waiter.Join();
+    FAIL() << "the waiter was not seen waiting in the event";
+  }
   EXPECT_EQ(stream().UnregisterEvent(EVENT_NEW_BUFFER), GC_ERR_SUCCESS);
-  waiter.join();
-  EXPECT_EQ(result, GC_ERR_ABORT);
+  EXPECT_EQ(waiter.Join(), GC_ERR_ABORT);
 }
 
 TEST_F(Event, OutputDiscardFlushesTheEventQueue) {
