@@ -5,7 +5,15 @@
 #include <stddef.h>
 #include <stdint.h>
 
+/* The exported functions use stdcall on 32-bit x86, as in the standard header; the default
+ * calling convention elsewhere. */
+#if defined(_MSC_VER) && defined(_M_IX86)
+#define GC_CALLTYPE __stdcall
+#elif defined(__GNUC__) && defined(__i386__)
+#define GC_CALLTYPE __attribute__((stdcall))
+#else
 #define GC_CALLTYPE
+#endif
 #define GC_IMPORT_EXPORT
 
 #ifdef __cplusplus

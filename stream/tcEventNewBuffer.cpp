@@ -1,4 +1,4 @@
-// tcEventNewBuffer: the 16-byte buffer entries, their information, and the output-list removal.
+// tcEventNewBuffer: the two-pointer buffer entries, their information, and the output-list removal.
 #include "stream/tcEventNewBuffer.h"
 
 #include <cstring>
@@ -13,9 +13,10 @@ using namespace GenTL;
 
 namespace {
 
-constexpr size_t kEntrySize = 16;    // buffer handle, then user pointer
-constexpr size_t kIdOffset = 8;      // EVENT_DATA_ID reads from here
-constexpr size_t kValueOffset = 16;  // EVENT_DATA_VALUE reads from here
+constexpr size_t kEntrySize = 2 * sizeof(void*);  // buffer handle, then user pointer
+constexpr size_t kIdOffset = 8;                   // EVENT_DATA_ID reads from here
+constexpr size_t kValueOffset = 16;               // EVENT_DATA_VALUE reads from here
+static_assert(sizeof(void*) != 8 || kEntrySize == 16, "a 64-bit entry is two 8-byte pointers");
 
 }  // namespace
 

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "tcArguments.h"
+#include "tcCheckXmlCommand.h"
 #include "tcGrabCommand.h"
 #include "tcInfoCommand.h"
 #include "tcListCommand.h"
@@ -25,6 +26,10 @@ Commands:
   read ADDRESS              read a register (--size N bytes, default 4)
   write ADDRESS VALUE       write a register, then read it back
   grab                      stream frames, save some as PNG, report rates and losses
+  check-xml FILE...         check GenApi description files for read cycles (nodes whose
+                            value, range or availability depends on itself through pValue,
+                            pMax, pVariable and the other value links); exit code 1 when a
+                            file has one, 2 when a file cannot be parsed
 
 Choosing a module (info, xml, read, write):
   (none)                    the system module (info: the library)
@@ -70,6 +75,7 @@ int Run(const tcArguments& arguments) {
   if (command == "read") return tcRegisterCommand(arguments, false).Run();
   if (command == "write") return tcRegisterCommand(arguments, true).Run();
   if (command == "grab") return tcGrabCommand(arguments).Run();
+  if (command == "check-xml") return tcCheckXmlCommand(arguments).Run();
   if (command.empty()) throw UsageError("no command given.");
   throw UsageError("unknown command \"" + command + "\".");
 }

@@ -9,12 +9,12 @@
 
 namespace {
 
-struct tsOptionSpec {
+struct tsOptionDefinition {
   std::string_view name;
   bool takesValue;
 };
 
-constexpr std::array<tsOptionSpec, 22> kOptions = {{
+constexpr std::array<tsOptionDefinition, 22> kOptions = {{
     {"--cti", true},        {"--interface", true}, {"--device", true},   {"--stream", true},
     {"--remote", false},    {"--port", false},     {"-o", true},         {"--output", true},
     {"--size", true},       {"--count", true},     {"--duration", true}, {"--buffers", true},
@@ -23,9 +23,9 @@ constexpr std::array<tsOptionSpec, 22> kOptions = {{
     {"--quiet", false},     {"-q", false},
 }};
 
-const tsOptionSpec* FindOption(std::string_view name) {
-  for (const tsOptionSpec& spec : kOptions) {
-    if (spec.name == name) return &spec;
+const tsOptionDefinition* FindOption(std::string_view name) {
+  for (const tsOptionDefinition& option : kOptions) {
+    if (option.name == name) return &option;
   }
   return nullptr;
 }
@@ -61,13 +61,14 @@ tcArguments::tcArguments(int argc, const char* const* argv) {
 void tcArguments::AddOption(std::string_view word, int& index, int argc, const char* const* argv) {
   const size_t equals = word.find('=');
   const std::string_view name = word.substr(0, equals);
-  const tsOptionSpec* spec = FindOption(name);
-  if (spec == nullptr) throw UsageError("unknown option " + std::string(name) + ".");
+  const tsOptionDefinition* definition = FindOption(name);
+  if (definition == nullptr) throw UsageError("unknown option " + std::string(name) + ".");
   std::string value;
   if (equals != std::string_view::npos) {
-    if (!spec->takesValue) throw UsageError("option " + std::string(name) + " takes no value.");
+    if (!definition->takesValue)
+      throw UsageError("option " + std::string(name) + " takes no value.");
     value = word.substr(equals + 1);
-  } else if (spec->takesValue) {
+  } else if (definition->takesValue) {
     if (index + 1 >= argc) throw UsageError("option " + std::string(name) + " needs a value.");
     value = argv[++index];
   }
