@@ -39,6 +39,20 @@ TEST(StreamConcurrency, EveryDeliveredBufferIsReceivedOrDiscardedOnce) {
   const auto deadline = std::chrono::steady_clock::now() + std::chrono::minutes(3);
   auto expired = [&] { return std::chrono::steady_clock::now() > deadline; };
 
+  // One discard before the threads start, so the discard path is always taken; the observer's
+  // discards below depend on timing.
+  delivered.fetch_add(stream.Deliver(4));
+  {
+    int32_t type = 0;
+    size_t value = 0;
+    size_t size = sizeof value;
+    tcMutexLock lock(stream.StreamMutex());
+    stream.GetInfo(STREAM_INFO_NUM_AWAIT_DELIVERY, &type, &value, &size);
+    stream.FlushQueue(ACQ_QUEUE_OUTPUT_DISCARD);
+    discarded.fetch_add(value);
+  }
+  stream.FlushQueue(ACQ_QUEUE_UNQUEUED_TO_INPUT);
+
   std::thread producer([&] {
     while (delivered.load() < kDeliveries && !expired()) {
       if (stream.Deliver(1) == 1) {
