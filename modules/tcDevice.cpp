@@ -45,6 +45,11 @@ tcDevice::~tcDevice() {
   HandleRegistry::Leave(this);
 }
 
+int32_t tcDevice::AccessStatus() {
+  tcMutexLock lock(stateMutex_);
+  return accessStatus_;
+}
+
 bool tcDevice::IsOpen() {
   tcMutexLock lock(stateMutex_);
   return open_;
@@ -230,7 +235,7 @@ std::string tcDevice::BuildXml() {
       {"DeviceAccessStatus", "Device Access Status",
        "Gets the access status the GenTL Producer has on the device.",
        "Gets the access status the GenTL Producer has on the device.", "Expert"},
-      AccessStatusEntries(), accessStatus_);
+      AccessStatusEntries(), AccessStatus());
   xml.ConstantString(information,
                      {"DeviceUserID", "Device User ID",
                       "User-programmable device identifier of the remote device.",

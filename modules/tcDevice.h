@@ -33,6 +33,7 @@ class tcDevice : public tcModulePort {
   virtual tcPort* RemotePort() { return nullptr; }
   // True between a successful Open and Close.
   bool IsOpen();
+  int32_t AccessStatus();
 
   tcInterface* Parent() const { return parent_; }
 

@@ -44,7 +44,7 @@ class SimLifetime : public SimConsumerTest {
 
   // Starts a thread that enters EventGetData(infinite) and reports its result.
   std::thread WaitForever(void* event, GC_ERROR* result, std::atomic<bool>* entering) {
-    return std::thread([this, event, result, entering] {
+    return std::thread([event, result, entering] {
       void* data[2] = {};
       size_t size = sizeof data;
       entering->store(true);
