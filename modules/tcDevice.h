@@ -17,8 +17,8 @@ class tcDevice : public tcModulePort {
   tcDevice(std::string id, tcInterface* parent);
   ~tcDevice() override;
 
+  // Logs the access, then reads as every module port does.
   GenTL::GC_ERROR Read(uint64_t address, void* buffer, size_t* size) override;
-  GenTL::GC_ERROR Write(uint64_t address, const void* buffer, size_t* size) override;
 
   virtual GenTL::GC_ERROR Open(int32_t openFlags) = 0;
   virtual GenTL::GC_ERROR Close() = 0;
@@ -33,7 +33,7 @@ class tcDevice : public tcModulePort {
   tcInterface* Parent() const { return parent_; }
 
  protected:
-  std::string BuildXml() override;
+  void AddFeatures(tcFeatureTable& table) override;
 
   tcInterface* parent_;
   std::vector<std::unique_ptr<tcDataStream>> streams_;

@@ -17,9 +17,6 @@ class tcInterface : public tcModulePort {
   tcInterface(const char* id, const char* tlType, tcSystem* system);
   ~tcInterface() override;
 
-  GenTL::GC_ERROR Read(uint64_t address, void* buffer, size_t* size) override;
-  GenTL::GC_ERROR Write(uint64_t address, const void* buffer, size_t* size) override;
-
   virtual GenTL::GC_ERROR GetInfo(int32_t command, int32_t* type, void* buffer, size_t* size);
   // Called when the consumer opens the interface.
   virtual GenTL::GC_ERROR Open();
@@ -36,7 +33,7 @@ class tcInterface : public tcModulePort {
   tcSystem* Parent() const { return parent_; }
 
  protected:
-  std::string BuildXml() override;
+  void AddFeatures(tcFeatureTable& table) override;
 
   tcSystem* parent_;
   std::vector<std::unique_ptr<tcDevice>> devices_;
@@ -45,7 +42,8 @@ class tcInterface : public tcModulePort {
   std::string tlType_;
 
  private:
-  GenTL::GC_ERROR ReadDeviceRegister(uint64_t address, void* buffer, size_t* size);
+  // Asks the selected device for one of its information values.
+  GenTL::GC_ERROR ReadDeviceRegister(int32_t command, void* buffer, size_t* size);
   tcDevice* FindDevice(const char* id) const;
 
   uint32_t deviceSelector_ = 0;  // guarded by the access mutex

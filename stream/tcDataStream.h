@@ -43,9 +43,6 @@ class tcDataStream : public tcEventProducer, public tcModulePort {
   virtual GenTL::GC_ERROR StopAcquisition(int32_t stopFlags) = 0;
   virtual GenTL::GC_ERROR FlushQueue(int32_t operation);
 
-  GenTL::GC_ERROR Read(uint64_t address, void* buffer, size_t* size) override;
-  GenTL::GC_ERROR Write(uint64_t address, const void* buffer, size_t* size) override;
-
   // The NEW_BUFFER event hands a buffer to the consumer: it leaves the output list.
   void RemoveFromOutput(tcBuffer* buffer);
   std::recursive_mutex& StreamMutex() { return lock_; }
@@ -58,6 +55,8 @@ class tcDataStream : public tcEventProducer, public tcModulePort {
                                                 bool owned);
   // Called under the stream lock for a buffer queued while acquisition runs.
   virtual void BufferQueued(tcBuffer* buffer) = 0;
+  void AddFeatures(tcFeatureTable& table) override;
+  // Also writes the description to a file when GENTL_DUMP_XML_TO_FILE is set.
   std::string BuildXml() override;
 
   // Delivery, step 1: takes the first buffer of the input list (null when it is empty).
