@@ -93,7 +93,7 @@ pugi::xml_node tcDescriptionBuilder::Feature(pugi::xml_node group, const char* e
   pugi::xml_node node = group.append_child(element);
   node.append_attribute("Name") = text.name;
   node.append_attribute("NameSpace") = "Standard";
-  Text(node, "ToolTip", text.toolTip);
+  Text(node, "ToolTip", text.description);
   Text(node, "Description", text.description);
   Text(node, "DisplayName", text.displayName);
   Text(node, "Visibility", text.visibility);
@@ -101,7 +101,7 @@ pugi::xml_node tcDescriptionBuilder::Feature(pugi::xml_node group, const char* e
 }
 
 void tcDescriptionBuilder::Category(pugi::xml_node group, const tsFeatureText& text,
-                                    std::initializer_list<const char*> features) {
+                                    const std::vector<const char*>& features) {
   pugi::xml_node node = Feature(group, "Category", text);
   for (const char* feature : features)
     Text(node, "pFeature", feature);
@@ -133,7 +133,7 @@ void tcDescriptionBuilder::ConstantEnumeration(pugi::xml_node group, const tsFea
 
 void tcDescriptionBuilder::RegisterInteger(pugi::xml_node group, const tsFeatureText& text,
                                            const char* registerNode, const char* unit,
-                                           std::initializer_list<const char*> selected) {
+                                           const std::vector<const char*>& selected) {
   pugi::xml_node node = Feature(group, "Integer", text);
   Text(node, "pValue", registerNode);
   if (unit != nullptr) Text(node, "Unit", unit);
@@ -168,7 +168,7 @@ void tcDescriptionBuilder::RegisterLocation(pugi::xml_node node, const tsRegiste
 
 void tcDescriptionBuilder::IntReg(pugi::xml_node group, const tsRegisterNode& reg) {
   pugi::xml_node node = group.append_child("IntReg");
-  node.append_attribute("Name") = reg.name;
+  node.append_attribute("Name") = reg.name.c_str();
   RegisterLocation(node, reg);
   Text(node, "Sign", "Unsigned");
   Text(node, "Endianess", "LittleEndian");

@@ -3,17 +3,15 @@
 #pragma once
 
 #include <cstdint>
-#include <initializer_list>
 #include <string>
 #include <vector>
 
 #include <pugixml.hpp>
 
-// The texts every feature node carries.
+// The texts every feature node carries; the description is also the node's tool tip.
 struct tsFeatureText {
   const char* name;
   const char* displayName;
-  const char* toolTip;
   const char* description;
   const char* visibility;  // "Beginner", "Expert", "Guru" or "Invisible"
 };
@@ -25,9 +23,9 @@ struct tsEnumEntry {
   int64_t value;
 };
 
-// A register node: an IntReg, or a StringReg when `length` is given as a string register.
+// A register node: an IntReg, or the location part of a StringReg.
 struct tsRegisterNode {
-  const char* name;
+  std::string name;
   uint64_t address;
   uint32_t length;
   const char* accessMode;  // "RO", "RW" or "WO"
@@ -42,15 +40,14 @@ class tcDescriptionBuilder {
 
   pugi::xml_node Group(const char* comment);
   void Category(pugi::xml_node group, const tsFeatureText& text,
-                std::initializer_list<const char*> features);
+                const std::vector<const char*>& features);
   void ConstantInteger(pugi::xml_node group, const tsFeatureText& text, int64_t value,
-                       const char* unit = nullptr);
+                       const char* unit);
   void ConstantString(pugi::xml_node group, const tsFeatureText& text, const std::string& value);
   void ConstantEnumeration(pugi::xml_node group, const tsFeatureText& text,
                            const std::vector<tsEnumEntry>& entries, int64_t value);
   void RegisterInteger(pugi::xml_node group, const tsFeatureText& text, const char* registerNode,
-                       const char* unit = nullptr,
-                       std::initializer_list<const char*> selected = {});
+                       const char* unit, const std::vector<const char*>& selected);
   void RegisterEnumeration(pugi::xml_node group, const tsFeatureText& text,
                            const std::vector<tsEnumEntry>& entries, const char* registerNode);
   void Command(pugi::xml_node group, const tsFeatureText& text, const char* registerNode);

@@ -14,12 +14,15 @@ using namespace GenTL;
 namespace {
 
 constexpr tsModulePortIdentity kDevicePort = {
-    "tcDevice", "DevicePort", "Device", "DevicePort", "vantora_device_", true, true};
-
-enum : uint64_t {
-  kStreamSelector = 0x10800,
-  kStreamID = 0x10900,
-};
+    "tcDevice",
+    "DevicePort",
+    "Device",
+    "DevicePort",
+    "Device Port",
+    "The GenICam port through which the Device module is accessed.",
+    "vantora_device_",
+    true,
+    true};
 
 // The needed size check of the device information answers: a buffer too small leaves *size.
 GC_ERROR AnswerDeviceInfo(const void* value, size_t valueSize, void* buffer, size_t* size) {
@@ -156,137 +159,102 @@ GC_ERROR tcDevice::OpenDataStream(const char* id, void** handle) {
 
 GC_ERROR tcDevice::Read(uint64_t address, void* buffer, size_t* size) {
   GENTL_LOG(kLogDebug, "%s, iAddress = 0x%llX, size = 0x%X", Name(), address, *size);
-  if (ReadDescription(address, buffer, *size)) return GC_ERR_SUCCESS;
-  if (address == kStreamSelector) {
-    if (*size < 4) return GC_ERR_SUCCESS;
-    memcpy(buffer, &streamSelector_, 4);
-    *size = 4;
-    return GC_ERR_SUCCESS;
-  }
-  if (address == kStreamID) {
-    tcHandlePin pin;
-    tcDataStream* stream = StreamAt(streamSelector_, &pin);
-    if (stream == nullptr) return GC_ERR_INVALID_INDEX;
-    const std::string& id = stream->Name();
-    if (id.size() + 1 > *size) return GC_ERR_BUFFER_TOO_SMALL;
-    memcpy(buffer, id.c_str(), id.size() + 1);
-    return GC_ERR_SUCCESS;
-  }
-  return GC_ERR_ACCESS_DENIED;
+  return tcModulePort::Read(address, buffer, size);
 }
 
-GC_ERROR tcDevice::Write(uint64_t address, const void* buffer, size_t* size) {
-  if (address != kStreamSelector) return GC_ERR_ACCESS_DENIED;
-  if (*size == 4) memcpy(&streamSelector_, buffer, 4);
-  return GC_ERR_SUCCESS;
-}
-
-std::string tcDevice::BuildXml() {
-  tcDescriptionBuilder xml("Device:" + Name(), "DevicePort");
-  xml.Category(xml.Group("RootCategory"),
-               {"Root", "Root", "Provides the Root of the GenTL Producer Device features.",
-                "Provides the Root of the GenTL Producer Device features.", "Beginner"},
-               {"DeviceInformation", "DeviceControl", "StreamEnumeration"});
-  pugi::xml_node categories = xml.Group("SubCategories");
-  xml.Category(
-      categories,
+void tcDevice::AddFeatures(tcFeatureTable& table) {
+  using enum FeatureKind;
+  table.Category(
+      {"Root", "Root", "Provides the Root of the GenTL Producer Device features.", "Beginner"},
+      {"DeviceInformation", "DeviceControl", "StreamEnumeration"});
+  table.Category(
       {"DeviceInformation", "Device Information",
-       "Category that contains all Device Information features of the Device module.",
        "Category that contains all Device Information features of the Device module.", "Beginner"},
       {"DeviceID", "DeviceVendorName", "DeviceModelName", "DeviceType", "DeviceDisplayName",
        "DeviceAccessStatus", "DeviceUserID", "DeviceSerialNumber", "DeviceVersion",
        "DeviceEndianessMechanism", "DeviceEventDataFormat", "DeviceChunkDataFormat"});
-  xml.Category(
-      categories,
+  table.Category(
       {"DeviceControl", "Device Control",
-       "Category that contains all Device Control features of the Device module.",
        "Category that contains all Device Control features of the Device module.", "Beginner"},
       {});
-  xml.Category(
-      categories,
+  table.Category(
       {"StreamEnumeration", "Stream Enumeration",
-       "Category that contains all Stream Enumeration features of the Device module.",
        "Category that contains all Stream Enumeration features of the Device module.", "Beginner"},
       {"StreamSelector", "StreamID"});
-  pugi::xml_node information = xml.Group("DeviceInformation");
-  xml.ConstantString(information,
-                     {"DeviceID", "Device ID", "Interface wide unique identifier of this device.",
-                      "Interface wide unique identifier of this device.", "Beginner"},
-                     Name());
-  xml.ConstantString(information,
-                     {"DeviceVendorName", "Device Vendor Name", "Name of the device vendor.",
-                      "Name of the device vendor.", "Beginner"},
-                     vendor_);
-  xml.ConstantString(information,
-                     {"DeviceModelName", "Device Model Name", "Name of the device model.",
-                      "Name of the device model.", "Beginner"},
-                     model_);
-  xml.ConstantEnumeration(information,
-                          {"DeviceType", "Device Type", "Transport layer type of the device.",
-                           "Transport layer type of the device.", "Expert"},
-                          TransportTypeEntries(), TransportTypeValue(tlType_));
-  xml.ConstantString(
-      information,
-      {"DeviceDisplayName", "Device Display Name", "User readable name of the device.",
-       "User readable name of the device.", "Beginner"},
-      displayName_);
-  xml.ConstantEnumeration(
-      information,
-      {"DeviceAccessStatus", "Device Access Status",
-       "Gets the access status the GenTL Producer has on the device.",
-       "Gets the access status the GenTL Producer has on the device.", "Expert"},
-      AccessStatusEntries(), AccessStatus());
-  xml.ConstantString(information,
-                     {"DeviceUserID", "Device User ID",
-                      "User-programmable device identifier of the remote device.",
-                      "User-programmable device identifier of the remote device.", "Expert"},
-                     userDefinedName_);
-  xml.ConstantString(
-      information,
-      {"DeviceSerialNumber", "Device Serial Number", "Serial number of the remote device.",
-       "Serial number of the remote device.", "Expert"},
-      serialNumber_);
-  xml.ConstantString(information,
-                     {"DeviceVersion", "Device Version", "Version of the remote device.",
-                      "Version of the remote device.", "Expert"},
-                     version_);
-  xml.ConstantEnumeration(
-      information,
-      {"DeviceEndianessMechanism", "Device Endianess Mechanism",
-       "Identifies the endianness mechanism used to access the remote device.",
-       "Identifies the endianness mechanism used to access the remote device.", "Guru"},
-      {{"Legacy", "Legacy", "Handles the device endianness according to the GenICam Schema 1.0.",
-        1},
-       {"Standard", "Standard",
-        "Handles the device endianness according to the GenICam Schema 1.1 and later.", 2}},
-      2);
-  xml.ConstantEnumeration(information,
-                          {"DeviceEventDataFormat", "Device Event Data Format",
-                           "Format of the event data the device delivers.",
-                           "Format of the event data the device delivers.", "Guru"},
-                          {{"NotSupported", "Not Supported",
-                            "The device delivers no event data through this producer.", 0}},
-                          0);
-  xml.ConstantEnumeration(information,
-                          {"DeviceChunkDataFormat", "Device Chunk Data Format",
-                           "Format of the chunk data the device delivers.",
-                           "Format of the chunk data the device delivers.", "Guru"},
-                          {{"NotSupported", "Not Supported",
-                            "The device delivers no chunk data through this producer.", 0}},
-                          0);
-  pugi::xml_node enumeration = xml.Group("StreamEnumeration");
-  xml.RegisterInteger(
-      enumeration,
-      {"StreamSelector", "Stream Selector", "Selector for the different stream channels.",
-       "Selector for the different stream channels.", "Beginner"},
-      "StreamSelectorReg", nullptr, {"StreamID"});
-  xml.StringReg(enumeration,
-                {"StreamID", "Stream ID", "Device unique ID for the stream, e.g. a GUID.",
-                 "Device unique ID for the stream, e.g. a GUID.", "Beginner"},
-                {"StreamID", kStreamID, 128, "RO", {"StreamSelectorReg"}});
-  pugi::xml_node registers = xml.Group("Registers");
-  xml.IntReg(registers, {"StreamSelectorReg", kStreamSelector, 4, "RW"});
-  xml.Port(registers, "Device Port",
-           "The GenICam port through which the Device module is accessed.");
-  return xml.Print();
+
+  // Texts of the device itself, read when the description is built.
+  auto text = [&](tsFeatureText feature, const std::string* value) {
+    table.Feature({.kind = kConstantString, .text = feature, .string = [value] { return *value; }});
+  };
+  text({"DeviceID", "Device ID", "Interface wide unique identifier of this device.", "Beginner"},
+       &Name());
+  text({"DeviceVendorName", "Device Vendor Name", "Name of the device vendor.", "Beginner"},
+       &vendor_);
+  text({"DeviceModelName", "Device Model Name", "Name of the device model.", "Beginner"}, &model_);
+  table.Feature(
+      {.kind = kConstantEnumeration,
+       .text = {"DeviceType", "Device Type", "Transport layer type of the device.", "Expert"},
+       .number = [this] { return TransportTypeValue(tlType_); },
+       .entries = TransportTypeEntries()});
+  text(
+      {"DeviceDisplayName", "Device Display Name", "User readable name of the device.", "Beginner"},
+      &displayName_);
+  table.Feature({.kind = kConstantEnumeration,
+                 .text = {"DeviceAccessStatus", "Device Access Status",
+                          "Gets the access status the GenTL Producer has on the device.", "Expert"},
+                 .number = [this] { return AccessStatus(); },
+                 .entries = AccessStatusEntries()});
+  text({"DeviceUserID", "Device User ID",
+        "User-programmable device identifier of the remote device.", "Expert"},
+       &userDefinedName_);
+  text({"DeviceSerialNumber", "Device Serial Number", "Serial number of the remote device.",
+        "Expert"},
+       &serialNumber_);
+  text({"DeviceVersion", "Device Version", "Version of the remote device.", "Expert"}, &version_);
+  table.Feature(
+      {.kind = kConstantEnumeration,
+       .text = {"DeviceEndianessMechanism", "Device Endianess Mechanism",
+                "Identifies the endianness mechanism used to access the remote device.", "Guru"},
+       .number = [] { return 2; },
+       .entries = {
+           {"Legacy", "Legacy",
+            "Handles the device endianness according to the GenICam Schema 1.0.", 1},
+           {"Standard", "Standard",
+            "Handles the device endianness according to the GenICam Schema 1.1 and later.", 2}}});
+  table.Feature({.kind = kConstantEnumeration,
+                 .text = {"DeviceEventDataFormat", "Device Event Data Format",
+                          "Format of the event data the device delivers.", "Guru"},
+                 .number = [] { return 0; },
+                 .entries = {{"NotSupported", "Not Supported",
+                              "The device delivers no event data through this producer.", 0}}});
+  table.Feature({.kind = kConstantEnumeration,
+                 .text = {"DeviceChunkDataFormat", "Device Chunk Data Format",
+                          "Format of the chunk data the device delivers.", "Guru"},
+                 .number = [] { return 0; },
+                 .entries = {{"NotSupported", "Not Supported",
+                              "The device delivers no chunk data through this producer.", 0}}});
+
+  table.Feature(
+      {.kind = kRegisterInteger,
+       .text = {"StreamSelector", "Stream Selector", "Selector for the different stream channels.",
+                "Beginner"},
+       .selected = {"StreamID"},
+       .address = 0x10800,
+       .access = "RW",
+       .read = [this](void* buffer,
+                      size_t* size) { return ReadWord(streamSelector_, buffer, size); },
+       .write = [this](const void* buffer,
+                       size_t* size) { return WriteWord(&streamSelector_, buffer, *size); }});
+  table.Feature({.kind = kStringRegister,
+                 .text = {"StreamID", "Stream ID", "Device unique ID for the stream, e.g. a GUID.",
+                          "Beginner"},
+                 .address = 0x10900,
+                 .length = 128,
+                 .invalidators = {"StreamSelectorReg"},
+                 .read = [this](void* buffer, size_t* size) -> GC_ERROR {
+                   tcHandlePin pin;
+                   tcDataStream* stream = StreamAt(streamSelector_, &pin);
+                   if (stream == nullptr) return GC_ERR_INVALID_INDEX;
+                   return ReadText(stream->Name(), buffer, size);
+                 }});
 }

@@ -19,8 +19,8 @@ class tcDevice : public tcModulePort {
   tcDevice(std::string id, tcInterface* parent);
   ~tcDevice() override;
 
+  // Logs the access, then reads as every module port does.
   GenTL::GC_ERROR Read(uint64_t address, void* buffer, size_t* size) override;
-  GenTL::GC_ERROR Write(uint64_t address, const void* buffer, size_t* size) override;
 
   virtual GenTL::GC_ERROR Open(int32_t openFlags) = 0;
   virtual GenTL::GC_ERROR Close() = 0;
@@ -38,7 +38,7 @@ class tcDevice : public tcModulePort {
   tcInterface* Parent() const { return parent_; }
 
  protected:
-  std::string BuildXml() override;
+  void AddFeatures(tcFeatureTable& table) override;
   // Takes the streams away under the state lock and destroys them outside it, last first.
   void DestroyStreams();
 

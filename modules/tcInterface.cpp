@@ -17,47 +17,17 @@ using namespace GenTL;
 namespace {
 
 constexpr tsModulePortIdentity kInterfacePort = {
-    "tcInterface", "InterfacePort", "Interface", "InterfacePort", "vantora_interface_", true,
+    "tcInterface",
+    "InterfacePort",
+    "Interface",
+    "InterfacePort",
+    "Interface Port",
+    "The GenICam port through which the Interface module is accessed.",
+    "vantora_interface_",
+    true,
     false};
 
-enum : uint64_t {
-  kDeviceUpdateList = 0x10000,
-  kDeviceSelector = 0x10004,
-  kDeviceID = 0x10100,
-  kDeviceVendorName = 0x10200,
-  kDeviceModelName = 0x10300,
-  kDeviceAccessStatus = 0x10400,
-  kDeviceSerialNumber = 0x10500,
-  kDeviceUserID = 0x10600,
-};
-
-constexpr size_t kDeviceTextSize = 128;
-
-// The DEVICE_INFO command behind each device-information register.
-bool DeviceInfoCommand(uint64_t address, int32_t* command) {
-  switch (address) {
-    case kDeviceID:
-      *command = DEVICE_INFO_ID;
-      return true;
-    case kDeviceVendorName:
-      *command = DEVICE_INFO_VENDOR;
-      return true;
-    case kDeviceModelName:
-      *command = DEVICE_INFO_MODEL;
-      return true;
-    case kDeviceAccessStatus:
-      *command = DEVICE_INFO_ACCESS_STATUS;
-      return true;
-    case kDeviceSerialNumber:
-      *command = DEVICE_INFO_SERIAL_NUMBER;
-      return true;
-    case kDeviceUserID:
-      *command = DEVICE_INFO_USER_DEFINED_NAME;
-      return true;
-    default:
-      return false;
-  }
-}
+constexpr uint32_t kDeviceTextSize = 128;
 
 }  // namespace
 
@@ -248,9 +218,7 @@ GC_ERROR tcInterface::OpenDevice(const char* id, int32_t openFlags, void** handl
   return device->Open(openFlags);
 }
 
-GC_ERROR tcInterface::ReadDeviceRegister(uint64_t address, void* buffer, size_t* size) {
-  int32_t command = 0;
-  if (!DeviceInfoCommand(address, &command)) return GC_ERR_ACCESS_DENIED;
+GC_ERROR tcInterface::ReadDeviceRegister(int32_t command, void* buffer, size_t* size) {
   tcHandlePin pin;
   tcDevice* device = DeviceAt(deviceSelector_, &pin);
   if (device == nullptr) return GC_ERR_INVALID_INDEX;
@@ -265,128 +233,105 @@ GC_ERROR tcInterface::ReadDeviceRegister(uint64_t address, void* buffer, size_t*
   return GC_ERR_SUCCESS;
 }
 
-GC_ERROR tcInterface::Read(uint64_t address, void* buffer, size_t* size) {
-  if (ReadDescription(address, buffer, *size)) return GC_ERR_SUCCESS;
-  if (address == kDeviceUpdateList || address == kDeviceSelector) {
-    if (*size < 4) return GC_ERR_SUCCESS;
-    memcpy(buffer, &deviceSelector_, 4);
-    *size = 4;
-    return GC_ERR_SUCCESS;
-  }
-  return ReadDeviceRegister(address, buffer, size);
-}
-
-GC_ERROR tcInterface::Write(uint64_t address, const void* buffer, size_t* size) {
-  if (address == kDeviceUpdateList) {
-    UpdateDeviceList(nullptr, 0);
-    return GC_ERR_SUCCESS;
-  }
-  if (address == kDeviceSelector) {
-    if (*size == 4) memcpy(&deviceSelector_, buffer, 4);
-    return GC_ERR_SUCCESS;
-  }
-  return GC_ERR_ACCESS_DENIED;
-}
-
-namespace {
-
-tsRegisterNode DeviceText(const char* name, uint64_t address) {
-  return {name, address, kDeviceTextSize, "RO", {"DeviceSelectorReg"}, true};
-}
-
-}  // namespace
-
-std::string tcInterface::BuildXml() {
-  tcDescriptionBuilder xml("Interface:" + Name(), "InterfacePort");
-  xml.Category(xml.Group("RootCategory"),
-               {"Root", "Root", "Provides the Root of the GenTL Producer Interface features.",
-                "Provides the Root of the GenTL Producer Interface features.", "Beginner"},
-               {"InterfaceInformation", "DeviceEnumeration"});
-  pugi::xml_node categories = xml.Group("SubCategories");
-  xml.Category(
-      categories,
+void tcInterface::AddFeatures(tcFeatureTable& table) {
+  using enum FeatureKind;
+  table.Category(
+      {"Root", "Root", "Provides the Root of the GenTL Producer Interface features.", "Beginner"},
+      {"InterfaceInformation", "DeviceEnumeration"});
+  table.Category(
       {"InterfaceInformation", "Interface Information",
-       "Category that contains all Interface Information features of the Interface module.",
        "Category that contains all Interface Information features of the Interface module.",
        "Beginner"},
       {"InterfaceID", "InterfaceDisplayName", "InterfaceType"});
-  xml.Category(categories,
-               {"DeviceEnumeration", "Device Enumeration",
-                "Category that contains all Device Enumeration features of the Interface module.",
-                "Category that contains all Device Enumeration features of the Interface module.",
-                "Beginner"},
-               {"DeviceUpdateList", "DeviceSelector", "DeviceID", "DeviceVendorName",
-                "DeviceModelName", "DeviceAccessStatus", "DeviceSerialNumber", "DeviceUserID"});
-  pugi::xml_node information = xml.Group("InterfaceInformation");
-  std::string displayName = Name();
-  char text[kDeviceTextSize];
-  size_t size = sizeof text;
-  int32_t type = 0;
-  if (GetInfo(INTERFACE_INFO_DISPLAYNAME, &type, text, &size) == GC_ERR_SUCCESS) displayName = text;
-  xml.ConstantString(
-      information,
-      {"InterfaceID", "Interface ID",
-       "GenTL Producer wide unique identifier of the selected interface.",
-       "GenTL Producer wide unique identifier of the selected interface.", "Beginner"},
-      Name());
-  xml.ConstantString(information,
-                     {"InterfaceDisplayName", "Interface Display Name",
-                      "User readable name of the selected interface.",
-                      "User readable name of the selected interface.", "Beginner"},
-                     displayName);
-  xml.ConstantEnumeration(
-      information,
-      {"InterfaceType", "Interface Type", "Transport layer type of the interface.",
-       "Transport layer type of the interface.", "Beginner"},
-      TransportTypeEntries(), TransportTypeValue(tlType_));
-  pugi::xml_node enumeration = xml.Group("DeviceEnumeration");
-  xml.Command(enumeration,
-              {"DeviceUpdateList", "Device Update List", "Updates the internal device list.",
-               "Updates the internal device list.", "Beginner"},
-              "DeviceUpdateListReg");
-  xml.RegisterInteger(
-      enumeration,
-      {"DeviceSelector", "Device Selector", "Selector for the different devices on this interface.",
-       "Selector for the different devices on this interface.", "Beginner"},
-      "DeviceSelectorReg", nullptr,
-      {"DeviceID", "DeviceVendorName", "DeviceModelName", "DeviceAccessStatus",
-       "DeviceSerialNumber", "DeviceUserID"});
-  xml.StringReg(
-      enumeration,
-      {"DeviceID", "Device ID", "Interface wide unique identifier of the selected device.",
-       "Interface wide unique identifier of the selected device.", "Beginner"},
-      DeviceText("DeviceID", kDeviceID));
-  xml.StringReg(enumeration,
-                {"DeviceVendorName", "Device Vendor Name", "Name of the device vendor.",
-                 "Name of the device vendor.", "Beginner"},
-                DeviceText("DeviceVendorName", kDeviceVendorName));
-  xml.StringReg(enumeration,
-                {"DeviceModelName", "Device Model Name", "Name of the device model.",
-                 "Name of the device model.", "Beginner"},
-                DeviceText("DeviceModelName", kDeviceModelName));
-  xml.RegisterEnumeration(
-      enumeration,
-      {"DeviceAccessStatus", "Device Access Status",
-       "Gives the device's access status at the moment of the last execution of DeviceUpdateList.",
-       "Gives the device's access status at the moment of the last execution of DeviceUpdateList.",
-       "Expert"},
-      AccessStatusEntries(), "DeviceAccessStatusReg");
-  xml.StringReg(
-      enumeration,
-      {"DeviceSerialNumber", "Device Serial Number", "Serial number of the remote device.",
-       "Serial number of the remote device.", "Expert"},
-      DeviceText("DeviceSerialNumber", kDeviceSerialNumber));
-  xml.StringReg(enumeration,
-                {"DeviceUserID", "Device User ID",
-                 "User-programmable device identifier of the remote device.",
-                 "User-programmable device identifier of the remote device.", "Expert"},
-                DeviceText("DeviceUserID", kDeviceUserID));
-  pugi::xml_node registers = xml.Group("Registers");
-  xml.IntReg(registers, {"DeviceUpdateListReg", kDeviceUpdateList, 4, "WO"});
-  xml.IntReg(registers, {"DeviceSelectorReg", kDeviceSelector, 4, "RW"});
-  xml.IntReg(registers,
-             {"DeviceAccessStatusReg", kDeviceAccessStatus, 4, "RO", {"DeviceSelectorReg"}, true});
-  xml.Port(registers, "Interface Port",
-           "The GenICam port through which the Interface module is accessed.");
-  return xml.Print();
+  table.Category({"DeviceEnumeration", "Device Enumeration",
+                  "Category that contains all Device Enumeration features of the Interface module.",
+                  "Beginner"},
+                 {"DeviceUpdateList", "DeviceSelector", "DeviceID", "DeviceVendorName",
+                  "DeviceModelName", "DeviceAccessStatus", "DeviceSerialNumber", "DeviceUserID"});
+
+  table.Feature(
+      {.kind = kConstantString,
+       .text = {"InterfaceID", "Interface ID",
+                "GenTL Producer wide unique identifier of the selected interface.", "Beginner"},
+       .string = [this] { return Name(); }});
+  table.Feature({.kind = kConstantString,
+                 .text = {"InterfaceDisplayName", "Interface Display Name",
+                          "User readable name of the selected interface.", "Beginner"},
+                 .string = [this] {
+                   char text[kDeviceTextSize];
+                   size_t size = sizeof text;
+                   int32_t type = 0;
+                   bool known =
+                       GetInfo(INTERFACE_INFO_DISPLAYNAME, &type, text, &size) == GC_ERR_SUCCESS;
+                   return known ? std::string(text) : Name();
+                 }});
+  table.Feature({.kind = kConstantEnumeration,
+                 .text = {"InterfaceType", "Interface Type",
+                          "Transport layer type of the interface.", "Beginner"},
+                 .number = [this] { return TransportTypeValue(tlType_); },
+                 .entries = TransportTypeEntries()});
+
+  auto readSelector = [this](void* buffer, size_t* size) {
+    return ReadWord(deviceSelector_, buffer, size);
+  };
+  table.Feature({.kind = kCommand,
+                 .text = {"DeviceUpdateList", "Device Update List",
+                          "Updates the internal device list.", "Beginner"},
+                 .address = 0x10000,
+                 .access = "WO",
+                 .read = readSelector,  // a read of the command answers the selector
+                 .write = [this](const void*, size_t*) {
+                   UpdateDeviceList(nullptr, 0);
+                   return GC_ERR_SUCCESS;
+                 }});
+  table.Feature({.kind = kRegisterInteger,
+                 .text = {"DeviceSelector", "Device Selector",
+                          "Selector for the different devices on this interface.", "Beginner"},
+                 .selected = {"DeviceID", "DeviceVendorName", "DeviceModelName",
+                              "DeviceAccessStatus", "DeviceSerialNumber", "DeviceUserID"},
+                 .address = 0x10004,
+                 .access = "RW",
+                 .read = readSelector,
+                 .write = [this](const void* buffer, size_t* size) {
+                   return WriteWord(&deviceSelector_, buffer, *size);
+                 }});
+
+  // The selected device's information values; they change with the selector and the list.
+  auto deviceInfo = [&](FeatureKind kind, tsFeatureText text, uint64_t address, int32_t command) {
+    table.Feature({.kind = kind,
+                   .text = text,
+                   .entries = kind == kRegisterEnumeration ? AccessStatusEntries()
+                                                           : std::vector<tsEnumEntry>{},
+                   .address = address,
+                   .length = kind == kStringRegister ? kDeviceTextSize : 4,
+                   .invalidators = {"DeviceSelectorReg"},
+                   .noCache = true,
+                   .read = [this, command](void* buffer, size_t* size) {
+                     return ReadDeviceRegister(command, buffer, size);
+                   }});
+  };
+  deviceInfo(kStringRegister,
+             {"DeviceID", "Device ID", "Interface wide unique identifier of the selected device.",
+              "Beginner"},
+             0x10100, DEVICE_INFO_ID);
+  deviceInfo(kStringRegister,
+             {"DeviceVendorName", "Device Vendor Name", "Name of the device vendor.", "Beginner"},
+             0x10200, DEVICE_INFO_VENDOR);
+  deviceInfo(kStringRegister,
+             {"DeviceModelName", "Device Model Name", "Name of the device model.", "Beginner"},
+             0x10300, DEVICE_INFO_MODEL);
+  deviceInfo(kRegisterEnumeration,
+             {"DeviceAccessStatus", "Device Access Status",
+              "Gives the device's access status at the moment of the last execution of "
+              "DeviceUpdateList.",
+              "Expert"},
+             0x10400, DEVICE_INFO_ACCESS_STATUS);
+  deviceInfo(kStringRegister,
+             {"DeviceSerialNumber", "Device Serial Number", "Serial number of the remote device.",
+              "Expert"},
+             0x10500, DEVICE_INFO_SERIAL_NUMBER);
+  deviceInfo(kStringRegister,
+             {"DeviceUserID", "Device User ID",
+              "User-programmable device identifier of the remote device.", "Expert"},
+             0x10600, DEVICE_INFO_USER_DEFINED_NAME);
 }

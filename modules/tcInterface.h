@@ -19,9 +19,6 @@ class tcInterface : public tcModulePort {
   tcInterface(const char* id, const char* tlType, tcSystem* system);
   ~tcInterface() override;
 
-  GenTL::GC_ERROR Read(uint64_t address, void* buffer, size_t* size) override;
-  GenTL::GC_ERROR Write(uint64_t address, const void* buffer, size_t* size) override;
-
   virtual GenTL::GC_ERROR GetInfo(int32_t command, int32_t* type, void* buffer, size_t* size);
   // Called when the consumer opens the interface.
   virtual GenTL::GC_ERROR Open();
@@ -38,7 +35,7 @@ class tcInterface : public tcModulePort {
   tcSystem* Parent() const { return parent_; }
 
  protected:
-  std::string BuildXml() override;
+  void AddFeatures(tcFeatureTable& table) override;
   // The time-out of the updates the interface runs by itself (before an open).
   virtual uint64_t DefaultUpdateTimeout() const { return 300; }
 
@@ -59,7 +56,8 @@ class tcInterface : public tcModulePort {
   std::string tlType_;
 
  private:
-  GenTL::GC_ERROR ReadDeviceRegister(uint64_t address, void* buffer, size_t* size);
+  // Asks the selected device for one of its information values.
+  GenTL::GC_ERROR ReadDeviceRegister(int32_t command, void* buffer, size_t* size);
   // The device `id` (or at `index`), pinned so that it outlives the caller's use of it.
   tcDevice* FindDevice(const char* id, tcHandlePin* pin);
   tcDevice* DeviceAt(size_t index, tcHandlePin* pin);

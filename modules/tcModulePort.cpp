@@ -1,4 +1,5 @@
-// tcModulePort: description URL, URL information and port information of a module port.
+// tcModulePort: description, URL, URL information, port information and registers of a module
+// port.
 #include "modules/tcModulePort.h"
 
 #include <cstdio>
@@ -44,6 +45,30 @@ const std::string& tcModulePort::Description() {
   tcMutexLock lock(AccessMutex());
   if (xml_.empty()) xml_ = BuildXml();
   return xml_;
+}
+
+const tcFeatureTable& tcModulePort::Features() {
+  tcMutexLock lock(AccessMutex());
+  if (features_ == nullptr) {
+    auto table = std::make_unique<tcFeatureTable>();
+    AddFeatures(*table);
+    features_ = std::move(table);
+  }
+  return *features_;
+}
+
+std::string tcModulePort::BuildXml() {
+  return Features().Describe(std::string(identity_.module) + ":" + Name(), identity_.portName,
+                             identity_.portDisplayName, identity_.portDescription);
+}
+
+GC_ERROR tcModulePort::Read(uint64_t address, void* buffer, size_t* size) {
+  if (ReadDescription(address, buffer, *size)) return GC_ERR_SUCCESS;
+  return Features().Read(address, buffer, size);
+}
+
+GC_ERROR tcModulePort::Write(uint64_t address, const void* buffer, size_t* size) {
+  return Features().Write(address, buffer, size);
 }
 
 bool tcModulePort::ReadDescription(uint64_t address, void* buffer, size_t size) {

@@ -16,15 +16,15 @@ using namespace GenTL;
 namespace {
 
 constexpr tsModulePortIdentity kSystemPort = {
-    "tcSystem", "SystemPort", "System", "TLPort", "vantora_systemgentl", false, false};
-
-enum : uint64_t {
-  kInterfaceUpdateList = 0x10800,
-  kInterfaceUpdateTimeout = 0x10808,
-  kInterfaceSelector = 0x10810,
-  kInterfaceID = 0x10818,
-  kInterfaceDisplayName = 0x10820,
-};
+    "tcSystem",
+    "SystemPort",
+    "System",
+    "TLPort",
+    "TL Port",
+    "The GenICam port through which the System module is accessed.",
+    "vantora_systemgentl",
+    false,
+    false};
 
 }  // namespace
 
@@ -131,54 +131,9 @@ GC_ERROR tcSystem::UpdateInterfaceList(bool8_t* changed, uint64_t /*timeout: unu
   return GC_ERR_SUCCESS;
 }
 
-GC_ERROR tcSystem::Read(uint64_t address, void* buffer, size_t* size) {
-  if (ReadDescription(address, buffer, *size)) return GC_ERR_SUCCESS;
-  switch (address) {
-    case kInterfaceUpdateTimeout:
-    case kInterfaceSelector: {
-      if (*size < 4) return GC_ERR_SUCCESS;
-      uint32_t value = address == kInterfaceSelector ? interfaceSelector_ : InterfaceUpdateTimeout;
-      memcpy(buffer, &value, 4);
-      *size = 4;
-      return GC_ERR_SUCCESS;
-    }
-    case kInterfaceID:
-    case kInterfaceDisplayName: {
-      tcInterface* interface = InterfaceAt(interfaceSelector_);
-      if (interface == nullptr) return GC_ERR_INVALID_INDEX;
-      const std::string& id = interface->Name();
-      if (id.size() + 1 > *size) return GC_ERR_BUFFER_TOO_SMALL;
-      memcpy(buffer, id.c_str(), id.size() + 1);
-      return GC_ERR_SUCCESS;
-    }
-    default:
-      return GC_ERR_ACCESS_DENIED;
-  }
-}
-
-GC_ERROR tcSystem::Write(uint64_t address, const void* buffer, size_t* size) {
-  switch (address) {
-    case kInterfaceUpdateList:
-      return UpdateInterfaceList(nullptr, InterfaceUpdateTimeout);
-    case kInterfaceUpdateTimeout:
-      if (*size != 4) return GC_ERR_BUFFER_TOO_SMALL;
-      memcpy(&InterfaceUpdateTimeout, buffer, 4);
-      return GC_ERR_SUCCESS;
-    case kInterfaceSelector: {
-      uint32_t value = 0;
-      memcpy(&value, buffer, *size < 4 ? *size : 4);
-      if (value >= InterfaceCount()) return GC_ERR_INVALID_INDEX;
-      interfaceSelector_ = value;
-      return GC_ERR_SUCCESS;
-    }
-    default:
-      return GC_ERR_ACCESS_DENIED;
-  }
-}
-
 namespace {
 
-// The text of one library information command, fetched through GCGetInfo as a consumer would.
+// The text of one library information command, from the library information table.
 std::string LibraryText(TL_INFO_CMD command) {
   char value[2048] = "";
   size_t size = sizeof value;
@@ -195,166 +150,161 @@ int64_t LibraryNumber(TL_INFO_CMD command) {
   return value;
 }
 
-void AddSystemInformation(tcDescriptionBuilder& xml, pugi::xml_node group) {
-  xml.ConstantString(group,
-                     {"TLID", "TLID", "Unique identifier of the GenTL Producer like a GUID.",
-                      "Unique identifier of the GenTL Producer like a GUID.", "Expert"},
-                     LibraryText(TL_INFO_ID));
-  xml.ConstantString(group,
-                     {"TLVendorName", "Vendor Name", "Name of the GenTL Producer vendor.",
-                      "Name of the GenTL Producer vendor.", "Beginner"},
-                     LibraryText(TL_INFO_VENDOR));
-  xml.ConstantString(group,
-                     {"TLModelName", "Model Name",
-                      "Name of the GenTL Producer to distinguish different kinds of GenTL Producer "
-                      "implementations from one vendor.",
-                      "Name of the GenTL Producer to distinguish different kinds of GenTL Producer "
-                      "implementations from one vendor.",
-                      "Beginner"},
-                     LibraryText(TL_INFO_MODEL));
-  xml.ConstantString(group,
-                     {"TLVersion", "Version", "Vendor specific version string.",
-                      "Vendor specific version string.", "Beginner"},
-                     LibraryText(TL_INFO_VERSION));
-  xml.ConstantString(
-      group,
-      {"TLFileName", "File Name", "Filename including extension of the GenTL Producer.",
-       "Filename including extension of the GenTL Producer.", "Expert"},
-      LibraryText(TL_INFO_NAME));
-  xml.ConstantString(group,
-                     {"TLDisplayName", "Display Name", "User readable name of the GenTL Producer.",
-                      "User readable name of the GenTL Producer.", "Beginner"},
-                     LibraryText(TL_INFO_DISPLAYNAME));
-  xml.ConstantString(
-      group,
-      {"TLPath", "Path", "Full path to the GenTL Producer including filename and extension.",
-       "Full path to the GenTL Producer including filename and extension.", "Expert"},
-      LibraryText(TL_INFO_PATHNAME));
-  xml.ConstantEnumeration(
-      group,
-      {"TLType", "Type", "Transport layer type of the GenTL Producer implementation.",
-       "Transport layer type of the GenTL Producer implementation.", "Beginner"},
-      TransportTypeEntries(), 5);
-  xml.ConstantInteger(
-      group,
-      {"GenTLVersionMajor", "GenTL Version Major",
-       "Major version number of the GenTL Standard version this GenTL Producer complies with.",
-       "Major version number of the GenTL Standard version this GenTL Producer complies with.",
-       "Expert"},
-      LibraryNumber(TL_INFO_GENTL_VER_MAJOR));
-  xml.ConstantInteger(
-      group,
-      {"GenTLVersionMinor", "GenTL Version Minor",
-       "Minor version number of the GenTL Standard version this GenTL Producer complies with.",
-       "Minor version number of the GenTL Standard version this GenTL Producer complies with.",
-       "Expert"},
-      LibraryNumber(TL_INFO_GENTL_VER_MINOR));
-  xml.ConstantInteger(group,
-                      {"GenTLSFNCVersionMajor", "GenTL SFNC Version Major",
-                       "Major version number of the GenTL Standard Features Naming Convention that "
-                       "was used to create the GenTL Producer's XML.",
-                       "Major version number of the GenTL Standard Features Naming Convention that "
-                       "was used to create the GenTL Producer's XML.",
-                       "Expert"},
-                      1);
-  xml.ConstantInteger(group,
-                      {"GenTLSFNCVersionMinor", "GenTL SFNC Version Minor",
-                       "Minor version number of the GenTL Standard Features Naming Convention that "
-                       "was used to create the GenTL Producer's XML.",
-                       "Minor version number of the GenTL Standard Features Naming Convention that "
-                       "was used to create the GenTL Producer's XML.",
-                       "Expert"},
-                      1);
-}
-
-void AddInterfaceEnumeration(tcDescriptionBuilder& xml, pugi::xml_node group) {
-  xml.Command(group,
-              {"InterfaceUpdateList", "Interface Update List",
-               "Updates the internal list of the interfaces.",
-               "Updates the internal list of the interfaces.", "Beginner"},
-              "InterfaceUpdateListReg");
-  xml.RegisterInteger(group,
-                      {"InterfaceUpdateTimeout", "Interface Update Timeout",
-                       "Specifies the timeout for the InterfaceUpdateList command.",
-                       "Specifies the timeout for the InterfaceUpdateList command.", "Expert"},
-                      "InterfaceUpdateTimeoutReg", "ms");
-  xml.RegisterInteger(group,
-                      {"InterfaceSelector", "Interface Selector",
-                       "Selector for the different GenTL Producer interfaces.",
-                       "Selector for the different GenTL Producer interfaces.", "Beginner"},
-                      "InterfaceSelectorReg", nullptr, {"InterfaceID", "InterfaceDisplayName"});
-  xml.StringReg(group,
-                {"InterfaceID", "Interface ID",
-                 "GenTL Producer wide unique identifier of the selected interface.",
-                 "GenTL Producer wide unique identifier of the selected interface.", "Beginner"},
-                {"InterfaceID", kInterfaceID, 128, "RO", {"InterfaceSelectorReg"}});
-  xml.StringReg(
-      group,
-      {"InterfaceDisplayName", "Interface Display Name",
-       "User readable name of the selected interface.",
-       "User readable name of the selected interface.", "Beginner"},
-      {"InterfaceDisplayName", kInterfaceDisplayName, 128, "RO", {"InterfaceSelectorReg"}});
-}
-
-void AddEventControl(tcDescriptionBuilder& xml, pugi::xml_node group) {
-  xml.ConstantEnumeration(
-      group,
-      {"EventSelector", "Event Selector", "Selects which Event to signal to the host application.",
-       "Selects which Event to signal to the host application.", "Expert"},
-      {{"InterfaceListChanged", "Interface List Changed", "The list of interfaces changed.", 0}},
-      0);
-  xml.ConstantEnumeration(group,
-                          {"EventNotification", "Event Notification",
-                           "Activate or deactivate the notification to the host application of the "
-                           "occurrence of the selected Event.",
-                           "Activate or deactivate the notification to the host application of the "
-                           "occurrence of the selected Event.",
-                           "Expert"},
-                          {{"Off", "Off", "The selected Event notification is disabled.", 0},
-                           {"On", "On", "The selected Event notification is enabled.", 1}},
-                          0);
-}
-
 }  // namespace
 
-std::string tcSystem::BuildXml() {
-  tcDescriptionBuilder xml("System:" + Name(), "TLPort");
-  xml.Category(xml.Group("RootCategory"),
-               {"Root", "Root", "Provides the Root of the GenTL Producer System features.",
-                "Provides the Root of the GenTL Producer System features.", "Beginner"},
-               {"SystemInformation", "InterfaceEnumeration", "EventControl"});
-  pugi::xml_node categories = xml.Group("SubCategories");
-  xml.Category(
-      categories,
+void tcSystem::AddFeatures(tcFeatureTable& table) {
+  using enum FeatureKind;
+  table.Category(
+      {"Root", "Root", "Provides the Root of the GenTL Producer System features.", "Beginner"},
+      {"SystemInformation", "InterfaceEnumeration", "EventControl"});
+  table.Category(
       {"SystemInformation", "System Information",
-       "Category that contains all System Information features of the System module.",
        "Category that contains all System Information features of the System module.", "Beginner"},
       {"TLID", "TLVendorName", "TLModelName", "TLVersion", "TLFileName", "TLDisplayName", "TLPath",
        "TLType", "GenTLVersionMajor", "GenTLVersionMinor", "GenTLSFNCVersionMajor",
        "GenTLSFNCVersionMinor"});
-  xml.Category(categories,
-               {"InterfaceEnumeration", "Interface Enumeration",
-                "Category that contains all Interface Enumeration features of the System module.",
-                "Category that contains all Interface Enumeration features of the System module.",
-                "Beginner"},
-               {"InterfaceUpdateList", "InterfaceUpdateTimeout", "InterfaceSelector", "InterfaceID",
-                "InterfaceDisplayName"});
-  xml.Category(categories,
-               {"EventControl", "Event Control", "Category that contains Event control features.",
-                "Category that contains Event control features.", "Expert"},
-               {"EventSelector", "EventNotification", "EventInterfaceListChangedData"});
-  xml.Category(categories,
-               {"EventInterfaceListChangedData", "Event Interface List Changed Data",
-                "Data of the Interface List Changed event.",
-                "Data of the Interface List Changed event.", "Expert"},
-               {});
-  AddSystemInformation(xml, xml.Group("SystemInformation"));
-  AddInterfaceEnumeration(xml, xml.Group("InterfaceEnumeration"));
-  AddEventControl(xml, xml.Group("EventControl"));
-  pugi::xml_node registers = xml.Group("Registers");
-  xml.IntReg(registers, {"InterfaceUpdateListReg", kInterfaceUpdateList, 4, "WO"});
-  xml.IntReg(registers, {"InterfaceUpdateTimeoutReg", kInterfaceUpdateTimeout, 4, "RW"});
-  xml.IntReg(registers, {"InterfaceSelectorReg", kInterfaceSelector, 4, "RW"});
-  xml.Port(registers, "TL Port", "The GenICam port through which the System module is accessed.");
-  return xml.Print();
+  table.Category({"InterfaceEnumeration", "Interface Enumeration",
+                  "Category that contains all Interface Enumeration features of the System module.",
+                  "Beginner"},
+                 {"InterfaceUpdateList", "InterfaceUpdateTimeout", "InterfaceSelector",
+                  "InterfaceID", "InterfaceDisplayName"});
+  table.Category(
+      {"EventControl", "Event Control", "Category that contains Event control features.", "Expert"},
+      {"EventSelector", "EventNotification", "EventInterfaceListChangedData"});
+  table.Category({"EventInterfaceListChangedData", "Event Interface List Changed Data",
+                  "Data of the Interface List Changed event.", "Expert"},
+                 {});
+
+  const std::pair<tsFeatureText, TL_INFO_CMD> libraryTexts[] = {
+      {{"TLID", "TLID", "Unique identifier of the GenTL Producer like a GUID.", "Expert"},
+       TL_INFO_ID},
+      {{"TLVendorName", "Vendor Name", "Name of the GenTL Producer vendor.", "Beginner"},
+       TL_INFO_VENDOR},
+      {{"TLModelName", "Model Name",
+        "Name of the GenTL Producer to distinguish different kinds of GenTL Producer "
+        "implementations from one vendor.",
+        "Beginner"},
+       TL_INFO_MODEL},
+      {{"TLVersion", "Version", "Vendor specific version string.", "Beginner"}, TL_INFO_VERSION},
+      {{"TLFileName", "File Name", "Filename including extension of the GenTL Producer.", "Expert"},
+       TL_INFO_NAME},
+      {{"TLDisplayName", "Display Name", "User readable name of the GenTL Producer.", "Beginner"},
+       TL_INFO_DISPLAYNAME},
+      {{"TLPath", "Path", "Full path to the GenTL Producer including filename and extension.",
+        "Expert"},
+       TL_INFO_PATHNAME},
+  };
+  for (const auto& [text, command] : libraryTexts) {
+    table.Feature({.kind = kConstantString, .text = text, .string = [command = command] {
+                     return LibraryText(command);
+                   }});
+  }
+  table.Feature({.kind = kConstantEnumeration,
+                 .text = {"TLType", "Type",
+                          "Transport layer type of the GenTL Producer implementation.", "Beginner"},
+                 .number = [] { return 5; },
+                 .entries = TransportTypeEntries()});
+  table.Feature({.kind = kConstantInteger,
+                 .text = {"GenTLVersionMajor", "GenTL Version Major",
+                          "Major version number of the GenTL Standard version this GenTL "
+                          "Producer complies with.",
+                          "Expert"},
+                 .number = [] { return LibraryNumber(TL_INFO_GENTL_VER_MAJOR); }});
+  table.Feature({.kind = kConstantInteger,
+                 .text = {"GenTLVersionMinor", "GenTL Version Minor",
+                          "Minor version number of the GenTL Standard version this GenTL "
+                          "Producer complies with.",
+                          "Expert"},
+                 .number = [] { return LibraryNumber(TL_INFO_GENTL_VER_MINOR); }});
+  table.Feature(
+      {.kind = kConstantInteger,
+       .text = {"GenTLSFNCVersionMajor", "GenTL SFNC Version Major",
+                "Major version number of the GenTL Standard Features Naming Convention that was "
+                "used to create the GenTL Producer's XML.",
+                "Expert"},
+       .number = [] { return 1; }});
+  table.Feature(
+      {.kind = kConstantInteger,
+       .text = {"GenTLSFNCVersionMinor", "GenTL SFNC Version Minor",
+                "Minor version number of the GenTL Standard Features Naming Convention that was "
+                "used to create the GenTL Producer's XML.",
+                "Expert"},
+       .number = [] { return 1; }});
+
+  table.Feature({.kind = kCommand,
+                 .text = {"InterfaceUpdateList", "Interface Update List",
+                          "Updates the internal list of the interfaces.", "Beginner"},
+                 .address = 0x10800,
+                 .access = "WO",
+                 .write = [this](const void*, size_t*) {
+                   return UpdateInterfaceList(nullptr, InterfaceUpdateTimeout);
+                 }});
+  table.Feature(
+      {.kind = kRegisterInteger,
+       .text = {"InterfaceUpdateTimeout", "Interface Update Timeout",
+                "Specifies the timeout for the InterfaceUpdateList command.", "Expert"},
+       .unit = "ms",
+       .address = 0x10808,
+       .access = "RW",
+       .read = [this](void* buffer,
+                      size_t* size) { return ReadWord(InterfaceUpdateTimeout, buffer, size); },
+       .write =
+           [this](const void* buffer, size_t* size) {
+             if (*size != 4) return GC_ERR_BUFFER_TOO_SMALL;
+             memcpy(&InterfaceUpdateTimeout, buffer, 4);
+             return GC_ERR_SUCCESS;
+           }});
+  table.Feature(
+      {.kind = kRegisterInteger,
+       .text = {"InterfaceSelector", "Interface Selector",
+                "Selector for the different GenTL Producer interfaces.", "Beginner"},
+       .selected = {"InterfaceID", "InterfaceDisplayName"},
+       .address = 0x10810,
+       .access = "RW",
+       .read = [this](void* buffer,
+                      size_t* size) { return ReadWord(interfaceSelector_, buffer, size); },
+       .write =
+           [this](const void* buffer, size_t* size) {
+             uint32_t value = 0;
+             memcpy(&value, buffer, *size < 4 ? *size : 4);
+             if (value >= InterfaceCount()) return GC_ERR_INVALID_INDEX;
+             interfaceSelector_ = value;
+             return GC_ERR_SUCCESS;
+           }});
+  // Both texts are the selected interface's ID.
+  auto selectedId = [this](void* buffer, size_t* size) -> GC_ERROR {
+    tcInterface* interface = InterfaceAt(interfaceSelector_);
+    if (interface == nullptr) return GC_ERR_INVALID_INDEX;
+    return ReadText(interface->Name(), buffer, size);
+  };
+  table.Feature(
+      {.kind = kStringRegister,
+       .text = {"InterfaceID", "Interface ID",
+                "GenTL Producer wide unique identifier of the selected interface.", "Beginner"},
+       .address = 0x10818,
+       .length = 128,
+       .invalidators = {"InterfaceSelectorReg"},
+       .read = selectedId});
+  table.Feature({.kind = kStringRegister,
+                 .text = {"InterfaceDisplayName", "Interface Display Name",
+                          "User readable name of the selected interface.", "Beginner"},
+                 .address = 0x10820,
+                 .length = 128,
+                 .invalidators = {"InterfaceSelectorReg"},
+                 .read = selectedId});
+
+  table.Feature({.kind = kConstantEnumeration,
+                 .text = {"EventSelector", "Event Selector",
+                          "Selects which Event to signal to the host application.", "Expert"},
+                 .number = [] { return 0; },
+                 .entries = {{"InterfaceListChanged", "Interface List Changed",
+                              "The list of interfaces changed.", 0}}});
+  table.Feature({.kind = kConstantEnumeration,
+                 .text = {"EventNotification", "Event Notification",
+                          "Activate or deactivate the notification to the host application of "
+                          "the occurrence of the selected Event.",
+                          "Expert"},
+                 .number = [] { return 0; },
+                 .entries = {{"Off", "Off", "The selected Event notification is disabled.", 0},
+                             {"On", "On", "The selected Event notification is enabled.", 1}}});
 }

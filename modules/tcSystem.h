@@ -16,9 +16,6 @@ class tcSystem : public tcModulePort {
   tcSystem();
   ~tcSystem() override;
 
-  GenTL::GC_ERROR Read(uint64_t address, void* buffer, size_t* size) override;
-  GenTL::GC_ERROR Write(uint64_t address, const void* buffer, size_t* size) override;
-
   GenTL::GC_ERROR GetNumInterfaces(uint32_t* count);
   GenTL::GC_ERROR GetInterfaceID(uint32_t index, char* id, size_t* size);
   GenTL::GC_ERROR GetInterfaceInfo(const char* id, int32_t command, int32_t* type, void* buffer,
@@ -28,7 +25,7 @@ class tcSystem : public tcModulePort {
   GenTL::GC_ERROR UpdateInterfaceList(GenTL::bool8_t* changed, uint64_t timeout);
 
  protected:
-  std::string BuildXml() override;
+  void AddFeatures(tcFeatureTable& table) override;
 
  private:
   tcInterface* FindInterface(const char* id);

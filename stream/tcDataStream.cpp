@@ -19,7 +19,15 @@ using namespace GenTL;
 namespace {
 
 constexpr tsModulePortIdentity kStreamPort = {
-    "tcDataStream", "StreamPort", "DataStream", "StreamPort", "vantora_datastream_", true, true};
+    "tcDataStream",
+    "StreamPort",
+    "DataStream",
+    "StreamPort",
+    "Stream Port",
+    "The GenICam port through which the Data Stream module is accessed.",
+    "vantora_datastream_",
+    true,
+    true};
 
 using Lock = tcMutexLock<tcRecursiveMutex>;
 
@@ -373,58 +381,21 @@ GC_ERROR tcDataStream::GetInfo(int32_t command, int32_t* type, void* buffer, siz
 
 namespace {
 
-enum : uint64_t {
-  kAnnouncedBufferCount = 0x10000,
-  kDeliveredFrameCount = 0x10010,
-  kLostFrameCount = 0x10020,
-  kInputBufferCount = 0x10030,
-  kOutputBufferCount = 0x10040,
-  kStartedFrameCount = 0x10050,
-  kPayloadSize = 0x10060,
-  kIsGrabbing = 0x10070,
-};
-
-GC_ERROR ReadRegister(uint64_t value, size_t width, void* buffer, size_t* size) {
-  if (*size < width) return GC_ERR_BUFFER_TOO_SMALL;
-  memcpy(buffer, &value, width);  // little-endian host
-  *size = width;
-  return GC_ERR_SUCCESS;
-}
-
-}  // namespace
-
-GC_ERROR tcDataStream::Read(uint64_t address, void* buffer, size_t* size) {
-  if (ReadDescription(address, buffer, *size)) return GC_ERR_SUCCESS;
-  Lock lock(lock_);
-  switch (address) {
-    case kAnnouncedBufferCount:
-      return ReadRegister(announced_.size(), 4, buffer, size);
-    case kDeliveredFrameCount:
-      return ReadRegister(delivered_.load(), 8, buffer, size);
-    case kLostFrameCount:
-      return ReadRegister(underrun_.load(), 8, buffer, size);
-    case kInputBufferCount:
-      return ReadRegister(input_.size(), 4, buffer, size);
-    case kOutputBufferCount:
-    case kPayloadSize:  // reads the output-queue count, as the register map defines it
-      return ReadRegister(output_.size(), 4, buffer, size);
-    case kStartedFrameCount:
-      return ReadRegister(started_.load(), 8, buffer, size);
-    case kIsGrabbing:
-      return ReadRegister(grabbing_.load() ? 1 : 0, 4, buffer, size);
-    default:
-      return GC_ERR_ACCESS_DENIED;
-  }
-}
-
-GC_ERROR tcDataStream::Write(uint64_t, const void*, size_t*) {
-  return GC_ERR_ACCESS_DENIED;
-}
-
-namespace {
-
-tsRegisterNode Counter(const char* name, uint64_t address, uint32_t length) {
-  return {name, address, length, "RO", {}, true};
+// A read-only counter register of `length` bytes; a smaller read is GC_ERR_BUFFER_TOO_SMALL.
+tsFeatureEntry Counter(tsFeatureText text, uint64_t address, uint32_t length,
+                       std::function<uint64_t()> value) {
+  return {.kind = FeatureKind::kRegisterInteger,
+          .text = text,
+          .address = address,
+          .length = length,
+          .noCache = true,
+          .read = [length, value](void* buffer, size_t* size) {
+            if (*size < length) return GC_ERR_BUFFER_TOO_SMALL;
+            uint64_t number = value();
+            memcpy(buffer, &number, length);  // little-endian host
+            *size = length;
+            return GC_ERR_SUCCESS;
+          }};
 }
 
 void DumpToFile(const std::string& streamId, const std::string& xml) {
@@ -434,112 +405,102 @@ void DumpToFile(const std::string& streamId, const std::string& xml) {
 
 }  // namespace
 
-std::string tcDataStream::BuildXml() {
-  tcDescriptionBuilder xml("DataStream:" + Name(), "StreamPort");
-  xml.Category(xml.Group("RootCategory"),
-               {"Root", "Root", "Provides the Root of the GenTL Producer Data Stream features.",
-                "Provides the Root of the GenTL Producer Data Stream features.", "Beginner"},
-               {"StreamInformation", "BufferHandlingControl"});
-  pugi::xml_node categories = xml.Group("SubCategories");
-  xml.Category(categories,
-               {"StreamInformation", "Stream Information",
-                "Category that contains all Stream Information features of the Data Stream module.",
-                "Category that contains all Stream Information features of the Data Stream module.",
-                "Beginner"},
-               {"StreamID", "StreamType"});
-  xml.Category(
-      categories,
+void tcDataStream::AddFeatures(tcFeatureTable& table) {
+  using enum FeatureKind;
+  table.Category(
+      {"Root", "Root", "Provides the Root of the GenTL Producer Data Stream features.", "Beginner"},
+      {"StreamInformation", "BufferHandlingControl"});
+  table.Category(
+      {"StreamInformation", "Stream Information",
+       "Category that contains all Stream Information features of the Data Stream module.",
+       "Beginner"},
+      {"StreamID", "StreamType"});
+  table.Category(
       {"BufferHandlingControl", "Buffer Handling Control",
-       "Category that contains all Buffer Handling features of the Data Stream module.",
        "Category that contains all Buffer Handling features of the Data Stream module.",
        "Beginner"},
       {"StreamAnnouncedBufferCount", "StreamAnnounceBufferMinimum", "StreamDeliveredFrameCount",
        "StreamLostFrameCount", "StreamInputBufferCount", "StreamOutputBufferCount",
        "StreamStartedFrameCount", "PayloadSize", "StreamIsGrabbing", "StreamBufferHandlingMode",
        "StreamChunkCountMaximum", "StreamBufferAlignment"});
-  pugi::xml_node information = xml.Group("StreamInformation");
-  xml.ConstantString(information,
-                     {"StreamID", "Stream ID", "Device unique ID for the data stream, e.g. a GUID.",
-                      "Device unique ID for the data stream, e.g. a GUID.", "Beginner"},
-                     Name());
-  xml.ConstantEnumeration(information,
-                          {"StreamType", "Stream Type", "Transport layer type of the Data Stream.",
-                           "Transport layer type of the Data Stream.", "Beginner"},
-                          TransportTypeEntries(), TransportTypeValue(tlType_));
-  pugi::xml_node handling = xml.Group("BufferHandlingControl");
-  const struct {
-    tsFeatureText text;
-    tsRegisterNode reg;
-  } counters[] = {
-      {{"StreamAnnouncedBufferCount", "Announced Buffer Count",
-        "Number of announced (known) buffers on this stream.",
-        "Number of announced (known) buffers on this stream.", "Expert"},
-       Counter("StreamAnnouncedBufferCountReg", kAnnouncedBufferCount, 4)},
-      {{"StreamDeliveredFrameCount", "Delivered Frame Count",
-        "Number of delivered frames since last acquisition start.",
-        "Number of delivered frames since last acquisition start.", "Expert"},
-       Counter("StreamDeliveredFrameCountReg", kDeliveredFrameCount, 8)},
-      {{"StreamLostFrameCount", "Lost Frame Count", "Number of lost frames due to queue underrun.",
-        "Number of lost frames due to queue underrun.", "Expert"},
-       Counter("StreamLostFrameCountReg", kLostFrameCount, 8)},
-      {{"StreamInputBufferCount", "Input Buffer Count",
-        "Number of buffers in the input buffer pool.",
-        "Number of buffers in the input buffer pool.", "Expert"},
-       Counter("StreamInputBufferCountReg", kInputBufferCount, 4)},
-      {{"StreamOutputBufferCount", "Output Buffer Count",
-        "Number of buffers in the output buffer queue.",
-        "Number of buffers in the output buffer queue.", "Expert"},
-       Counter("StreamOutputBufferCountReg", kOutputBufferCount, 4)},
-      {{"StreamStartedFrameCount", "Started Frame Count",
-        "Number of frames started in the acquisition engine.",
-        "Number of frames started in the acquisition engine.", "Expert"},
-       Counter("StreamStartedFrameCountReg", kStartedFrameCount, 8)},
-      {{"PayloadSize", "Payload Size", "Size of the expected data in bytes.",
-        "Size of the expected data in bytes.", "Expert"},
-       Counter("PayloadSizeReg", kPayloadSize, 4)},
-      {{"StreamIsGrabbing", "Is Grabbing",
-        "Flag indicating whether the acquisition engine is started or not.",
-        "Flag indicating whether the acquisition engine is started or not.", "Expert"},
-       Counter("StreamIsGrabbingReg", kIsGrabbing, 4)},
+
+  table.Feature({.kind = kConstantString,
+                 .text = {"StreamID", "Stream ID",
+                          "Device unique ID for the data stream, e.g. a GUID.", "Beginner"},
+                 .string = [this] { return Name(); }});
+  table.Feature({.kind = kConstantEnumeration,
+                 .text = {"StreamType", "Stream Type", "Transport layer type of the Data Stream.",
+                          "Beginner"},
+                 .number = [this] { return TransportTypeValue(tlType_); },
+                 .entries = TransportTypeEntries()});
+
+  // The length of a buffer list, taken under the stream lock.
+  auto count = [this](const auto& list) {
+    return [this, &list]() -> uint64_t {
+      Lock lock(lock_);
+      return list.size();
+    };
   };
-  for (const auto& counter : counters)
-    xml.RegisterInteger(handling, counter.text, counter.reg.name);
-  xml.ConstantInteger(
-      handling,
-      {"StreamAnnounceBufferMinimum", "Announce Buffer Minimum",
-       "Minimal number of buffers to announce to enable selected acquisition mode.",
-       "Minimal number of buffers to announce to enable selected acquisition mode.", "Expert"},
-      1);
-  xml.ConstantEnumeration(
-      handling,
-      {"StreamBufferHandlingMode", "Buffer Handling Mode",
-       "Available buffer handling modes of this Data Stream.",
-       "Available buffer handling modes of this Data Stream.", "Beginner"},
-      {{"OldestFirst", "Oldest First",
-        "The application always gets the buffer with the oldest image in the output buffer queue.",
-        1},
-       {"OldestFirstOverwrite", "Oldest First Overwrite",
-        "The application always gets the buffer with the oldest image; a full output queue "
-        "overwrites its oldest buffer.",
-        2}},
-      1);
-  xml.ConstantInteger(handling,
-                      {"StreamChunkCountMaximum", "Chunk Count Maximum",
-                       "Maximum number of chunks to be expected in a buffer.",
-                       "Maximum number of chunks to be expected in a buffer.", "Expert"},
-                      0);
-  xml.ConstantInteger(
-      handling,
-      {"StreamBufferAlignment", "Buffer Alignment",
-       "Alignment size in bytes of the buffer passed to DSAnnounceBuffer.",
-       "Alignment size in bytes of the buffer passed to DSAnnounceBuffer.", "Expert"},
-      1, "Byte");
-  pugi::xml_node registers = xml.Group("Registers");
-  for (const auto& counter : counters)
-    xml.IntReg(registers, counter.reg);
-  xml.Port(registers, "Stream Port",
-           "The GenICam port through which the Data Stream module is accessed.");
-  std::string text = xml.Print();
+  table.Feature(Counter({"StreamAnnouncedBufferCount", "Announced Buffer Count",
+                         "Number of announced (known) buffers on this stream.", "Expert"},
+                        0x10000, 4, count(announced_)));
+  table.Feature(Counter({"StreamDeliveredFrameCount", "Delivered Frame Count",
+                         "Number of delivered frames since last acquisition start.", "Expert"},
+                        0x10010, 8, [this] { return delivered_.load(); }));
+  table.Feature(Counter({"StreamLostFrameCount", "Lost Frame Count",
+                         "Number of lost frames due to queue underrun.", "Expert"},
+                        0x10020, 8, [this] { return underrun_.load(); }));
+  table.Feature(Counter({"StreamInputBufferCount", "Input Buffer Count",
+                         "Number of buffers in the input buffer pool.", "Expert"},
+                        0x10030, 4, count(input_)));
+  table.Feature(Counter({"StreamOutputBufferCount", "Output Buffer Count",
+                         "Number of buffers in the output buffer queue.", "Expert"},
+                        0x10040, 4, count(output_)));
+  table.Feature(Counter({"StreamStartedFrameCount", "Started Frame Count",
+                         "Number of frames started in the acquisition engine.", "Expert"},
+                        0x10050, 8, [this] { return started_.load(); }));
+  // PayloadSize answers the output queue count, the same value as StreamOutputBufferCount.
+  table.Feature(
+      Counter({"PayloadSize", "Payload Size", "Size of the expected data in bytes.", "Expert"},
+              0x10060, 4, count(output_)));
+  table.Feature(
+      Counter({"StreamIsGrabbing", "Is Grabbing",
+               "Flag indicating whether the acquisition engine is started or not.", "Expert"},
+              0x10070, 4, [this] { return grabbing_.load() ? 1 : 0; }));
+
+  table.Feature({.kind = kConstantInteger,
+                 .text = {"StreamAnnounceBufferMinimum", "Announce Buffer Minimum",
+                          "Minimal number of buffers to announce to enable selected acquisition "
+                          "mode.",
+                          "Expert"},
+                 .number = [] { return 1; }});
+  table.Feature(
+      {.kind = kConstantEnumeration,
+       .text = {"StreamBufferHandlingMode", "Buffer Handling Mode",
+                "Available buffer handling modes of this Data Stream.", "Beginner"},
+       .number = [] { return 1; },
+       .entries = {{"OldestFirst", "Oldest First",
+                    "The application always gets the buffer with the oldest image in the output "
+                    "buffer queue.",
+                    1},
+                   {"OldestFirstOverwrite", "Oldest First Overwrite",
+                    "The application always gets the buffer with the oldest image; a full output "
+                    "queue overwrites its oldest buffer.",
+                    2}}});
+  table.Feature({.kind = kConstantInteger,
+                 .text = {"StreamChunkCountMaximum", "Chunk Count Maximum",
+                          "Maximum number of chunks to be expected in a buffer.", "Expert"},
+                 .number = [] { return 0; }});
+  table.Feature(
+      {.kind = kConstantInteger,
+       .text = {"StreamBufferAlignment", "Buffer Alignment",
+                "Alignment size in bytes of the buffer passed to DSAnnounceBuffer.", "Expert"},
+       .number = [] { return 1; },
+       .unit = "Byte"});
+}
+
+std::string tcDataStream::BuildXml() {
+  std::string text = tcModulePort::BuildXml();
   DumpToFile(Name(), text);
   return text;
 }

@@ -55,9 +55,6 @@ class tcDataStream : public tcEventProducer, public tcModulePort {
   GenTL::GC_ERROR StopAcquisition(int32_t stopFlags);
   virtual GenTL::GC_ERROR FlushQueue(int32_t operation);
 
-  GenTL::GC_ERROR Read(uint64_t address, void* buffer, size_t* size) override;
-  GenTL::GC_ERROR Write(uint64_t address, const void* buffer, size_t* size) override;
-
   // The NEW_BUFFER event hands a buffer to the consumer: it leaves the output list.
   void RemoveFromOutput(tcBuffer* buffer);
   // An undelivered lease gives its buffer back: head of the input list, still queued.
@@ -78,6 +75,8 @@ class tcDataStream : public tcEventProducer, public tcModulePort {
   virtual GenTL::GC_ERROR OnStartAcquisition(int32_t startFlags, uint64_t numToAcquire) = 0;
   // The transport's stop, called after the acquisition thread was joined.
   virtual void OnStopAcquisition(int32_t /*stopFlags*/) {}
+  void AddFeatures(tcFeatureTable& table) override;
+  // Also writes the description to a file when GENTL_DUMP_XML_TO_FILE is set.
   std::string BuildXml() override;
 
   // Delivery, step 1: the first buffer of the input list as a lease (empty when the list is
