@@ -20,7 +20,8 @@ class tcDevice : public tcModulePort {
   ~tcDevice() override;
 
   // Logs the access, then reads as every module port does.
-  GenTL::GC_ERROR Read(uint64_t address, void* buffer, size_t* size) override;
+  GenTL::GC_ERROR Read(uint64_t address, void* buffer, size_t* size) override
+      GENTL_REQUIRES(AccessMutex());
 
   virtual GenTL::GC_ERROR Open(int32_t openFlags) = 0;
   virtual GenTL::GC_ERROR Close() = 0;

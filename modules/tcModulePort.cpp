@@ -48,7 +48,6 @@ const std::string& tcModulePort::Description() {
 }
 
 const tcFeatureTable& tcModulePort::Features() {
-  tcMutexLock lock(AccessMutex());
   if (features_ == nullptr) {
     auto table = std::make_unique<tcFeatureTable>();
     AddFeatures(*table);

@@ -32,8 +32,10 @@ class tcModulePort : public tcPort {
   GenTL::GC_ERROR GetPortURLInfo(uint32_t index, int32_t command, int32_t* type, void* buffer,
                                  size_t* size) override;
   // The description from address 0, then the registers of the feature table.
-  GenTL::GC_ERROR Read(uint64_t address, void* buffer, size_t* size) override;
-  GenTL::GC_ERROR Write(uint64_t address, const void* buffer, size_t* size) override;
+  GenTL::GC_ERROR Read(uint64_t address, void* buffer, size_t* size) override
+      GENTL_REQUIRES(AccessMutex());
+  GenTL::GC_ERROR Write(uint64_t address, const void* buffer, size_t* size) override
+      GENTL_REQUIRES(AccessMutex());
 
   // The description text, built on first need.
   const std::string& Description();
@@ -42,15 +44,15 @@ class tcModulePort : public tcPort {
   // Declares the module's features and registers; subclasses add theirs after their base's.
   virtual void AddFeatures(tcFeatureTable& table) = 0;
   // Builds the module's GenApi description from its feature table.
-  virtual std::string BuildXml();
+  virtual std::string BuildXml() GENTL_REQUIRES(AccessMutex());
   const tsModulePortIdentity& Identity() const { return identity_; }
 
  private:
   std::string Url();
   // Serves a read that lies wholly inside the description; false when it does not.
-  bool ReadDescription(uint64_t address, void* buffer, size_t size);
+  bool ReadDescription(uint64_t address, void* buffer, size_t size) GENTL_REQUIRES(AccessMutex());
   // The feature table, declared on first need.
-  const tcFeatureTable& Features();
+  const tcFeatureTable& Features() GENTL_REQUIRES(AccessMutex());
 
   tsModulePortIdentity identity_;
   std::string xml_ GENTL_GUARDED_BY(AccessMutex());  // empty until built

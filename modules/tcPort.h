@@ -31,8 +31,10 @@ class tcPort {
   virtual GenTL::GC_ERROR WritePortStacked(GenTL::PORT_REGISTER_STACK_ENTRY* entries,
                                            size_t* count);
   // The port's own register access, called with the access mutex held.
-  virtual GenTL::GC_ERROR Read(uint64_t address, void* buffer, size_t* size) = 0;
-  virtual GenTL::GC_ERROR Write(uint64_t address, const void* buffer, size_t* size) = 0;
+  virtual GenTL::GC_ERROR Read(uint64_t address, void* buffer, size_t* size)
+      GENTL_REQUIRES(access_) = 0;
+  virtual GenTL::GC_ERROR Write(uint64_t address, const void* buffer, size_t* size)
+      GENTL_REQUIRES(access_) = 0;
 
   const std::string& Name() const { return name_; }
   // The mutex that serialises register access; other code reading the port's registers takes

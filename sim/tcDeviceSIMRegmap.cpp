@@ -340,7 +340,8 @@ bool tcDeviceSIM::GetFloat(const std::string& name, double* value) {
     *value = single;
   } else {
     *value = 0;
-    memcpy(value, record->data.data(), std::min<uint64_t>(record->length, 8));
+    size_t bytes = std::min<uint64_t>(record->length, 8);
+    if (bytes > 0) memcpy(value, record->data.data(), bytes);  // a zero-length register has no data
   }
   GENTL_LOG(kLogDebug, "[%s, 0x%X] <= %f", name, record->address, *value);
   return true;
@@ -354,7 +355,8 @@ bool tcDeviceSIM::SetFloat(const std::string& name, double value) {
     float single = static_cast<float>(value);
     memcpy(record->data.data(), &single, 4);
   } else {
-    memcpy(record->data.data(), &value, std::min<uint64_t>(record->length, 8));
+    size_t bytes = std::min<uint64_t>(record->length, 8);
+    if (bytes > 0) memcpy(record->data.data(), &value, bytes);
   }
   return true;
 }

@@ -15,8 +15,10 @@ class tcPortSIM : public tcPort {
   GenTL::GC_ERROR GetNumPortURLs(uint32_t* count) override;
   GenTL::GC_ERROR GetPortURLInfo(uint32_t index, int32_t command, int32_t* type, void* buffer,
                                  size_t* size) override;
-  GenTL::GC_ERROR Read(uint64_t address, void* buffer, size_t* size) override;
-  GenTL::GC_ERROR Write(uint64_t address, const void* buffer, size_t* size) override;
+  GenTL::GC_ERROR Read(uint64_t address, void* buffer, size_t* size) override
+      GENTL_REQUIRES(AccessMutex());
+  GenTL::GC_ERROR Write(uint64_t address, const void* buffer, size_t* size) override
+      GENTL_REQUIRES(AccessMutex());
 
  private:
   tcDeviceSIM* device_;

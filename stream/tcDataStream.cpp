@@ -434,16 +434,22 @@ void tcDataStream::AddFeatures(tcFeatureTable& table) {
                  .number = [this] { return TransportTypeValue(tlType_); },
                  .entries = TransportTypeEntries()});
 
-  // The length of a buffer list, taken under the stream lock.
-  auto count = [this](const auto& list) {
-    return [this, &list]() -> uint64_t {
-      Lock lock(lock_);
-      return list.size();
-    };
+  // The lengths of the buffer lists, taken under the stream lock.
+  auto announced = [this]() -> uint64_t {
+    Lock lock(lock_);
+    return announced_.size();
+  };
+  auto input = [this]() -> uint64_t {
+    Lock lock(lock_);
+    return input_.size();
+  };
+  auto output = [this]() -> uint64_t {
+    Lock lock(lock_);
+    return output_.size();
   };
   table.Feature(Counter({"StreamAnnouncedBufferCount", "Announced Buffer Count",
                          "Number of announced (known) buffers on this stream.", "Expert"},
-                        0x10000, 4, count(announced_)));
+                        0x10000, 4, announced));
   table.Feature(Counter({"StreamDeliveredFrameCount", "Delivered Frame Count",
                          "Number of delivered frames since last acquisition start.", "Expert"},
                         0x10010, 8, [this] { return delivered_.load(); }));
@@ -452,17 +458,18 @@ void tcDataStream::AddFeatures(tcFeatureTable& table) {
                         0x10020, 8, [this] { return underrun_.load(); }));
   table.Feature(Counter({"StreamInputBufferCount", "Input Buffer Count",
                          "Number of buffers in the input buffer pool.", "Expert"},
-                        0x10030, 4, count(input_)));
+                        0x10030, 4, input));
   table.Feature(Counter({"StreamOutputBufferCount", "Output Buffer Count",
                          "Number of buffers in the output buffer queue.", "Expert"},
-                        0x10040, 4, count(output_)));
+                        0x10040, 4, output));
   table.Feature(Counter({"StreamStartedFrameCount", "Started Frame Count",
                          "Number of frames started in the acquisition engine.", "Expert"},
                         0x10050, 8, [this] { return started_.load(); }));
-  // PayloadSize answers the output queue count, the same value as StreamOutputBufferCount.
+  // PayloadSize answers the output queue count, the same value as StreamOutputBufferCount: the
+  // register map defines it so, on purpose (the payload size comes from DSGetInfo).
   table.Feature(
       Counter({"PayloadSize", "Payload Size", "Size of the expected data in bytes.", "Expert"},
-              0x10060, 4, count(output_)));
+              0x10060, 4, output));
   table.Feature(
       Counter({"StreamIsGrabbing", "Is Grabbing",
                "Flag indicating whether the acquisition engine is started or not.", "Expert"},

@@ -77,7 +77,7 @@ class tcDataStream : public tcEventProducer, public tcModulePort {
   virtual void OnStopAcquisition(int32_t /*stopFlags*/) {}
   void AddFeatures(tcFeatureTable& table) override;
   // Also writes the description to a file when GENTL_DUMP_XML_TO_FILE is set.
-  std::string BuildXml() override;
+  std::string BuildXml() override GENTL_REQUIRES(AccessMutex());
 
   // Delivery, step 1: the first buffer of the input list as a lease (empty when the list is
   // empty); counts the buffer as started.

@@ -366,3 +366,19 @@ TEST(InterfaceSIM, LoaderFailureIsLoggedAndListsNoDevice) {
 }
 
 }  // namespace
+
+namespace {
+
+// A zero-length Float register holds no bytes: the defaults written into it and its reads copy
+// nothing (found by the camera-file fuzzer).
+TEST_F(CameraFileLoader, AZeroLengthFloatRegisterIsWrittenAndReadWithoutData) {
+  auto device = Load(
+      "<Group><FloatReg Name=\"NoiseMeanRegister\"><Address>0x10</Address><Length>0</Length>"
+      "<AccessMode>RW</AccessMode></FloatReg></Group>");
+  double value = 1.0;
+  EXPECT_TRUE(device->SetFloat("NoiseMeanRegister", 2.5));
+  EXPECT_TRUE(device->GetFloat("NoiseMeanRegister", &value));
+  EXPECT_EQ(value, 0.0);
+}
+
+}  // namespace
