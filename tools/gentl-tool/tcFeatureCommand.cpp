@@ -12,6 +12,17 @@
 
 using teLevel = tsModuleChoice::teLevel;
 
+namespace {
+
+// How messages name the module: "the camera", "the system module", "interface GEV", ...
+std::string Owner(const tsModuleChoice& choice) {
+  if (choice.level == teLevel::kRemote) return "the camera";
+  if (choice.level == teLevel::kSystem) return "the system module";
+  return ModuleName(choice);
+}
+
+}  // namespace
+
 tcFeatureCommand::tcFeatureCommand(const tcArguments& arguments)
     : arguments_(arguments), command_(arguments.Command()) {
   const std::vector<std::string>& words = arguments.Positional();
@@ -37,12 +48,6 @@ tcFeatureCommand::tcFeatureCommand(const tcArguments& arguments)
   if (command_ != "set") return;
   for (const std::string& word : names_)
     settings_.emplace_back("set", word);
-}
-
-std::string tcFeatureCommand::Owner(const tsModuleChoice& choice) {
-  if (choice.level == teLevel::kRemote) return "the camera";
-  if (choice.level == teLevel::kSystem) return "the system module";
-  return ModuleName(choice);
 }
 
 void tcFeatureCommand::Report(const std::string& line) const {

@@ -16,9 +16,6 @@ class tcFeatureCommand {
   explicit tcFeatureCommand(const tcArguments& arguments);
   int Run();
 
-  // "the camera" for the remote device, "the system module", "interface GEV", ...
-  static std::string Owner(const tsModuleChoice& choice);
-
  private:
   void List(const tcGenApi& genapi, const tsModuleChoice& choice) const;
   void Get(const tcGenApi& genapi) const;
