@@ -147,7 +147,7 @@ std::string tcFeature::Value() const {
       break;
     case teType::kEnumeration: {
       const char* entry = arv_gc_enumeration_get_string_value(ARV_GC_ENUMERATION(node_), &error);
-      if (entry != nullptr) value = entry;
+      if (entry != nullptr && error == nullptr) value = entry;
       if (entry == nullptr && error == nullptr) {
         value =
             std::to_string(arv_gc_enumeration_get_int_value(ARV_GC_ENUMERATION(node_), &error)) +
@@ -159,8 +159,9 @@ std::string tcFeature::Value() const {
       value = arv_gc_boolean_get_value(ARV_GC_BOOLEAN(node_), &error) ? "true" : "false";
       break;
     case teType::kString: {
+      // After a failed read Aravis may hand back its buffer without the terminating NUL.
       const char* text = arv_gc_string_get_value(ARV_GC_STRING(node_), &error);
-      if (text != nullptr) value = text;
+      if (text != nullptr && error == nullptr) value = text;
       break;
     }
     case teType::kRegister:

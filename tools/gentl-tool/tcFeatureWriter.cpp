@@ -41,8 +41,8 @@ void tcFeatureWriter::CheckEngine(const std::string& text, GError* error) const 
 }
 
 void tcFeatureWriter::CheckWritable(const std::string& verb) const {
-  const std::string what = "cannot " + verb + " " + feature_.Name() + ": it is ";
   const std::string name = feature_.Name();
+  const std::string what = "cannot " + verb + " " + name + ": it is ";
   const teType type = feature_.Type();
   if (type == teType::kCategory || type == teType::kOther) {
     throw tcToolError(name + " is " + feature_.TypeWithArticle() + ", which has no value to set.");

@@ -5,7 +5,6 @@
 
 #include <csignal>
 #include <cstdio>
-#include <memory>
 
 #include "GenTLErrors.h"
 #include "Numbers.h"
