@@ -182,6 +182,27 @@ void tcGrabCommand::Stream(tcAcquisition& acquisition, tcGrabProgress& progress)
   }
 }
 
+void tcGrabCommand::Announce(const std::string& deviceId, size_t payloadSize) const {
+  if (quiet_) return;
+  printf("Grabbing %s from %s with %u buffers of %zu bytes\n",
+         byCount_ ? (std::to_string(count_) + (count_ == 1 ? " frame" : " frames")).c_str()
+                  : ("for " + arguments_.Value("--duration") + " s").c_str(),
+         deviceId.c_str(), buffers_, payloadSize);
+  fflush(stdout);
+}
+
+void tcGrabCommand::Summarize(const tcGrabProgress& progress, uint64_t lost) const {
+  printf("%s%s\n", gInterrupted != 0 ? "Interrupted: " : "Grabbed ",
+         progress.Summary(lost).c_str());
+  const size_t files = saver_.Files().size();
+  if (files > 0) {
+    printf("%zu PNG %s written to %s\n", files, files == 1 ? "file" : "files",
+           saver_.Directory().c_str());
+  } else {
+    printf("No files written (--out DIR with --save-every K or --save LIST writes PNG files)\n");
+  }
+}
+
 int tcGrabCommand::Run() {
   tcProducer producer(arguments_.Value("--cti"));
   tcSession session(producer);
@@ -193,13 +214,7 @@ int tcGrabCommand::Run() {
   session.OpenStream(arguments_.Value("--stream"));
   tcAcquisition acquisition(producer, session.Stream(), buffers_,
                             PayloadSize(producer, session.Stream(), camera));
-  if (!quiet_) {
-    printf("Grabbing %s from %s with %u buffers of %zu bytes\n",
-           byCount_ ? (std::to_string(count_) + (count_ == 1 ? " frame" : " frames")).c_str()
-                    : ("for " + arguments_.Value("--duration") + " s").c_str(),
-           session.DeviceId().c_str(), buffers_, acquisition.PayloadSize());
-    fflush(stdout);
-  }
+  Announce(session.DeviceId(), acquisition.PayloadSize());
   gInterrupted = 0;
   const auto previous = std::signal(SIGINT, OnInterrupt);
   tcGrabProgress progress(!quiet_ && isatty(STDOUT_FILENO) != 0);
@@ -217,15 +232,6 @@ int tcGrabCommand::Run() {
   RunCameraCommand(camera, "AcquisitionStop", false);
   acquisition.Stop();
   progress.Finish();
-  const uint64_t lost = acquisition.Lost();
-  printf("%s%s\n", gInterrupted != 0 ? "Interrupted: " : "Grabbed ",
-         progress.Summary(lost).c_str());
-  const size_t files = saver_.Files().size();
-  if (files > 0) {
-    printf("%zu PNG %s written to %s\n", files, files == 1 ? "file" : "files",
-           saver_.Directory().c_str());
-  } else {
-    printf("No files written (--out DIR with --save-every K or --save LIST writes PNG files)\n");
-  }
+  Summarize(progress, acquisition.Lost());
   return 0;
 }

@@ -32,6 +32,10 @@ class tcGrabCommand {
   // Streams until the count is reached, the duration is over or Ctrl-C.
   void Stream(tcAcquisition& acquisition, tcGrabProgress& progress);
   bool Done(uint64_t frames, double seconds) const;
+  // "Grabbing 10 frames from SimCam with 4 buffers of 2073600 bytes", unless --quiet.
+  void Announce(const std::string& deviceId, size_t payloadSize) const;
+  // The closing summary and the PNG files written.
+  void Summarize(const tcGrabProgress& progress, uint64_t lost) const;
 
   const tcArguments& arguments_;
   tcFrameSaver saver_;
