@@ -4,7 +4,7 @@
 #include "GenTLPort.h"
 
 tcModuleGenApi::tcModuleGenApi(GenTLLibrary& lib, void* port, bool registerCache) {
-  std::string xml = FetchPortDescription(lib, port, &error_);
+  std::string xml = FetchPortDescription(lib, port, &error_).text;
   if (xml.empty()) return;
   device_ = NewPortDevice(PortAccessFor(lib, port));
   gc_ = NewGenApi(device_.get(), xml);

@@ -270,7 +270,7 @@ TEST_P(ProducerGenApiTest, InterfaceSelectorSelectsEachInterface) {
 // cached InterfaceID keeps the first interface's ID after the selector changes.
 TEST_P(ProducerGenApiTest, WithoutThePInvalidatorACachedInterfaceIDGoesStale) {
   std::string error;
-  std::string xml = FetchPortDescription(Lib(), system_, &error);
+  std::string xml = FetchPortDescription(Lib(), system_, &error).text;
   ASSERT_EQ(error, "");
   const std::string invalidator = "<pInvalidator>InterfaceSelectorReg</pInvalidator>";
   for (size_t at = xml.find(invalidator); at != std::string::npos; at = xml.find(invalidator)) {

@@ -6,6 +6,7 @@
 
 #include "tcArguments.h"
 #include "tcCheckXmlCommand.h"
+#include "tcFeatureCommand.h"
 #include "tcGrabCommand.h"
 #include "tcInfoCommand.h"
 #include "tcListCommand.h"
@@ -30,9 +31,17 @@ Commands:
                             value, range or availability depends on itself through pValue,
                             pMax, pVariable and the other value links); exit code 1 when a
                             file has one, 2 when a file cannot be parsed
+  features [MODULE]         the feature tree of the camera or of a module (MODULE as for xml):
+                            categories, types, access, values, units, ranges, entries
+  get [MODULE] NAME...      read features
+  set [MODULE] NAME=VALUE...
+                            write features, each checked against its range, increment,
+                            entries, access, lock and availability first
+  run [MODULE] NAME...      execute Command features
 
-Choosing a module (info, xml, read, write):
-  (none)                    the system module (info: the library)
+Choosing a module (info, xml, read, write, features, get, set, run):
+  (none)                    the system module (info: the library); features, get, set and
+                            run: the camera, that is the remote device of the first device
   --interface ID            an interface (default for the options below: Simulated)
   --device ID               a device (default for --stream and --remote: the first one)
   --stream ID               a data stream of the device (default: the first one)
@@ -45,6 +54,12 @@ read and write:
   VALUE                     a number (little-endian, --size 1, 2, 4 or 8, default 4) or hex
                             byte pairs such as de:ad:be:ef (any size)
 
+features, get, set and run:
+  --all                     features: also invisible features and those in no category
+  --feature NAME=VALUE      set a feature of the same module first
+  VALUE                     a decimal or 0x-hexadecimal number, an enumeration entry, true or
+                            false, a text, hex byte pairs for a Register; a Command runs with 1
+
 grab (the first device of Simulated, or --device ID on --interface ID):
   --count N                 frames to grab (default 10)
   --duration SECONDS        grab for a time instead
@@ -53,8 +68,10 @@ grab (the first device of Simulated, or --device ID on --interface ID):
   --save LIST               save the frames listed, such as 0,5,10-12
   --out DIR                 folder of the PNG files (default: .; alone: saves frame 0)
   --set ADDRESS=VALUE       write a remote-device register first (VALUE as for write)
-  --feature NAME=VALUE      set an Integer, Enumeration or Boolean feature of the camera's
-                            description first, such as PixelFormat=RGB8 or TestPattern=Grid
+  --feature NAME=VALUE      set a feature of the camera first, such as PixelFormat=RGB8 or
+                            ExposureTime=5000; buffers hold the stream's payload size, else
+                            the camera's PayloadSize, and a camera with AcquisitionStart and
+                            AcquisitionStop is started and stopped with them
   --timeout MS              give up when no frame arrives for MS ms (default 5000)
   --quiet                   print the summary only
 
@@ -76,6 +93,9 @@ int Run(const tcArguments& arguments) {
   if (command == "write") return tcRegisterCommand(arguments, true).Run();
   if (command == "grab") return tcGrabCommand(arguments).Run();
   if (command == "check-xml") return tcCheckXmlCommand(arguments).Run();
+  if (command == "features" || command == "get" || command == "set" || command == "run") {
+    return tcFeatureCommand(arguments).Run();
+  }
   if (command.empty()) throw UsageError("no command given.");
   throw UsageError("unknown command \"" + command + "\".");
 }

@@ -3,12 +3,12 @@
 
 using namespace GenTL;
 
-tcAcquisition::tcAcquisition(tcProducer& producer, DS_HANDLE stream, uint32_t buffers)
-    : producer_(producer), stream_(stream) {
+tcAcquisition::tcAcquisition(tcProducer& producer, DS_HANDLE stream, uint32_t buffers,
+                             size_t payloadSize)
+    : producer_(producer), stream_(stream), payloadSize_(payloadSize) {
   GenTLLibrary& lib = producer_.Lib();
   producer_.Check("GCRegisterEvent(EVENT_NEW_BUFFER)",
                   lib.GCRegisterEvent(stream_, EVENT_NEW_BUFFER, &event_));
-  payloadSize_ = StreamNumber(STREAM_INFO_PAYLOAD_SIZE, "DSGetInfo(STREAM_INFO_PAYLOAD_SIZE)");
   for (uint32_t index = 0; index < buffers; ++index) {
     BUFFER_HANDLE buffer = nullptr;
     producer_.Check("DSAllocAndAnnounceBuffer",

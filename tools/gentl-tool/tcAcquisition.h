@@ -10,9 +10,10 @@
 
 class tcAcquisition {
  public:
-  // Registers the new-buffer event and announces and queues `buffers` buffers of the stream's
-  // payload size.
-  tcAcquisition(tcProducer& producer, GenTL::DS_HANDLE stream, uint32_t buffers);
+  // Registers the new-buffer event and announces and queues `buffers` buffers of
+  // `payloadSize` bytes.
+  tcAcquisition(tcProducer& producer, GenTL::DS_HANDLE stream, uint32_t buffers,
+                size_t payloadSize);
   ~tcAcquisition();
   tcAcquisition(const tcAcquisition&) = delete;
   tcAcquisition& operator=(const tcAcquisition&) = delete;

@@ -14,13 +14,13 @@ struct tsOptionDefinition {
   bool takesValue;
 };
 
-constexpr std::array<tsOptionDefinition, 22> kOptions = {{
+constexpr std::array<tsOptionDefinition, 23> kOptions = {{
     {"--cti", true},        {"--interface", true}, {"--device", true},   {"--stream", true},
     {"--remote", false},    {"--port", false},     {"-o", true},         {"--output", true},
     {"--size", true},       {"--count", true},     {"--duration", true}, {"--buffers", true},
     {"--save-every", true}, {"--save", true},      {"--out", true},      {"--set", true},
     {"--feature", true},    {"--timeout", true},   {"--help", false},    {"-h", false},
-    {"--quiet", false},     {"-q", false},
+    {"--quiet", false},     {"-q", false},         {"--all", false},
 }};
 
 const tsOptionDefinition* FindOption(std::string_view name) {

@@ -5,13 +5,15 @@
 
 #include <csignal>
 #include <cstdio>
-#include <memory>
 
 #include "GenTLErrors.h"
 #include "Numbers.h"
 #include "sim/PixelFormat.h"
 #include "tcAcquisition.h"
-#include "tcFeatureMap.h"
+#include "tcFeature.h"
+#include "tcFeatureSetting.h"
+#include "tcFeatureWriter.h"
+#include "tcGenApi.h"
 #include "tcPortAccess.h"
 #include "tcProducer.h"
 #include "tcRegisterCommand.h"
@@ -43,13 +45,11 @@ double ParseSeconds(const std::string& text) {
   return seconds;
 }
 
-// "NAME=VALUE" -> {NAME, VALUE}.
-std::pair<std::string, std::string> SplitSetting(const std::string& option,
-                                                 const std::string& text) {
+// "ADDRESS=VALUE" -> {ADDRESS, VALUE}.
+std::pair<std::string, std::string> SplitSetting(const std::string& text) {
   const size_t equals = text.find('=');
   if (equals == std::string::npos || equals == 0 || equals + 1 == text.size()) {
-    throw UsageError(option + " needs " + (option == "--set" ? "ADDRESS=VALUE" : "NAME=VALUE") +
-                     ", not \"" + text + "\".");
+    throw UsageError("--set needs ADDRESS=VALUE, not \"" + text + "\".");
   }
   return {text.substr(0, equals), text.substr(equals + 1)};
 }
@@ -87,37 +87,65 @@ tcGrabCommand::tcGrabCommand(const tcArguments& arguments)
   if (timeoutMs_ == 0) throw UsageError("--timeout needs a number of milliseconds.");
   quiet_ = arguments.Has("--quiet");
   for (const auto& [name, value] : arguments.Options()) {
+    if (name == "--feature") tcFeatureSetting(name, value);
     if (name != "--set") continue;
-    const auto [address, number] = SplitSetting(name, value);
+    const auto [address, number] = SplitSetting(value);
     ParseNumber(address, "the ADDRESS of --set");
     tcRegisterCommand::ValueBytes(number, 0);
   }
-  for (const auto& [name, value] : arguments.Options()) {
-    if (name == "--feature") SplitSetting(name, value);
+}
+
+void tcGrabCommand::ApplySettings(tcPortAccess& remote, const tcGenApi& camera) {
+  for (const auto& [option, text] : arguments_.Options()) {
+    if (option == "--feature") {
+      const std::string line = tcFeatureSetting(option, text).Apply(camera);
+      if (!quiet_) printf("%s\n", line.c_str());
+    }
+    if (option != "--set") continue;
+    const auto [name, value] = SplitSetting(text);
+    const uint64_t address = ParseNumber(name, "the ADDRESS of --set");
+    remote.Write(address, tcRegisterCommand::ValueBytes(value, 0));
+    if (!quiet_) printf("Set register %s to %s\n", Hex(address, 4).c_str(), value.c_str());
   }
 }
 
-void tcGrabCommand::ApplySettings(tcPortAccess& remote) {
-  std::unique_ptr<tcFeatureMap> features;
-  for (const auto& [option, text] : arguments_.Options()) {
-    if (option != "--set" && option != "--feature") continue;
-    const auto [name, value] = SplitSetting(option, text);
-    if (option == "--set") {
-      const uint64_t address = ParseNumber(name, "the ADDRESS of --set");
-      const std::vector<uint8_t> bytes = tcRegisterCommand::ValueBytes(value, 0);
-      remote.Write(address, bytes);
-      if (!quiet_) printf("Set register %s to %s\n", Hex(address, 4).c_str(), value.c_str());
-      continue;
-    }
-    // The camera's own description tells where each feature lives.
-    if (!features) features = std::make_unique<tcFeatureMap>(remote.Description().text);
-    const tcFeatureMap::tsRegisterWrite write = features->Resolve(name, value);
-    remote.Write(write.address, write.bytes);
-    if (!quiet_) {
-      printf("Set feature %s to %s (register %s = %s)\n", name.c_str(), value.c_str(),
-             Hex(write.address, 4).c_str(), Hex(write.value).c_str());
-    }
+size_t tcGrabCommand::PayloadSize(tcProducer& producer, GenTL::DS_HANDLE stream,
+                                  const tcGenApi& camera) {
+  uint64_t value = 0;
+  size_t size = sizeof value;
+  GenTL::INFO_DATATYPE type = GenTL::INFO_DATATYPE_UNKNOWN;
+  const GenTL::GC_ERROR code =
+      producer.Lib().DSGetInfo(stream, GenTL::STREAM_INFO_PAYLOAD_SIZE, &type, &value, &size);
+  if (code == GenTL::GC_ERR_SUCCESS && value > 0) return value;
+  const std::string answer = code == GenTL::GC_ERR_SUCCESS ? "0" : producer.Describe(code);
+  ArvGcFeatureNode* node = camera.Find("PayloadSize");
+  if (node == nullptr || !ARV_IS_GC_INTEGER(node)) {
+    throw tcToolError("DSGetInfo(STREAM_INFO_PAYLOAD_SIZE) answered " + answer +
+                      " and the camera has no PayloadSize Integer to size the buffers by.");
   }
+  tcFeature(node).CheckReadable();
+  GError* error = nullptr;
+  const int64_t payload = arv_gc_integer_get_value(ARV_GC_INTEGER(node), &error);
+  if (error != nullptr) throw tcToolError("cannot read PayloadSize: " + TakeMessage(error) + ".");
+  if (payload <= 0) {
+    throw tcToolError("DSGetInfo(STREAM_INFO_PAYLOAD_SIZE) answered " + answer +
+                      " and the camera's PayloadSize is " + std::to_string(payload) + ".");
+  }
+  return static_cast<size_t>(payload);
+}
+
+void tcGrabCommand::RunCameraCommand(const tcGenApi& camera, const char* name, bool quietly) const {
+  ArvGcFeatureNode* node = camera.Find(name);
+  if (node == nullptr) return;
+  const tcFeature feature(node);
+  if (feature.Type() != tcFeature::teType::kCommand) return;
+  try {
+    tcFeatureWriter(feature).Execute();
+  } catch (const tcToolError&) {
+    if (!quietly) throw;
+    return;
+  }
+  if (!quiet_ && !quietly) printf("Executed command %s\n", name);
 }
 
 bool tcGrabCommand::Done(uint64_t frames, double seconds) const {
@@ -154,37 +182,16 @@ void tcGrabCommand::Stream(tcAcquisition& acquisition, tcGrabProgress& progress)
   }
 }
 
-int tcGrabCommand::Run() {
-  tcProducer producer(arguments_.Value("--cti"));
-  tcSession session(producer);
-  session.OpenInterface(arguments_.Value("--interface", "Simulated"));
-  session.OpenDevice(arguments_.Value("--device"));
-  tcPortAccess remote(producer, session.RemotePort());
-  ApplySettings(remote);
-  session.OpenStream(arguments_.Value("--stream"));
-  tcAcquisition acquisition(producer, session.Stream(), buffers_);
-  if (!quiet_) {
-    printf("Grabbing %s from %s with %u buffers of %zu bytes\n",
-           byCount_ ? (std::to_string(count_) + (count_ == 1 ? " frame" : " frames")).c_str()
-                    : ("for " + arguments_.Value("--duration") + " s").c_str(),
-           session.DeviceId().c_str(), buffers_, acquisition.PayloadSize());
-    fflush(stdout);
-  }
-  gInterrupted = 0;
-  const auto previous = std::signal(SIGINT, OnInterrupt);
-  tcGrabProgress progress(!quiet_ && isatty(STDOUT_FILENO) != 0);
-  acquisition.Start(byCount_ ? count_ : GENTL_INFINITE);
-  try {
-    Stream(acquisition, progress);
-  } catch (...) {
-    std::signal(SIGINT, previous);
-    progress.Finish();
-    throw;
-  }
-  std::signal(SIGINT, previous);
-  acquisition.Stop();
-  progress.Finish();
-  const uint64_t lost = acquisition.Lost();
+void tcGrabCommand::Announce(const std::string& deviceId, size_t payloadSize) const {
+  if (quiet_) return;
+  printf("Grabbing %s from %s with %u buffers of %zu bytes\n",
+         byCount_ ? (std::to_string(count_) + (count_ == 1 ? " frame" : " frames")).c_str()
+                  : ("for " + arguments_.Value("--duration") + " s").c_str(),
+         deviceId.c_str(), buffers_, payloadSize);
+  fflush(stdout);
+}
+
+void tcGrabCommand::Summarize(const tcGrabProgress& progress, uint64_t lost) const {
   printf("%s%s\n", gInterrupted != 0 ? "Interrupted: " : "Grabbed ",
          progress.Summary(lost).c_str());
   const size_t files = saver_.Files().size();
@@ -194,5 +201,37 @@ int tcGrabCommand::Run() {
   } else {
     printf("No files written (--out DIR with --save-every K or --save LIST writes PNG files)\n");
   }
+}
+
+int tcGrabCommand::Run() {
+  tcProducer producer(arguments_.Value("--cti"));
+  tcSession session(producer);
+  session.OpenInterface(arguments_.Value("--interface", "Simulated"));
+  session.OpenDevice(arguments_.Value("--device"));
+  tcPortAccess remote(producer, session.RemotePort());
+  const tcGenApi camera(producer.Lib(), session.RemotePort(), "the camera");
+  ApplySettings(remote, camera);
+  session.OpenStream(arguments_.Value("--stream"));
+  tcAcquisition acquisition(producer, session.Stream(), buffers_,
+                            PayloadSize(producer, session.Stream(), camera));
+  Announce(session.DeviceId(), acquisition.PayloadSize());
+  gInterrupted = 0;
+  const auto previous = std::signal(SIGINT, OnInterrupt);
+  tcGrabProgress progress(!quiet_ && isatty(STDOUT_FILENO) != 0);
+  acquisition.Start(byCount_ ? count_ : GENTL_INFINITE);
+  try {
+    RunCameraCommand(camera, "AcquisitionStart", false);
+    Stream(acquisition, progress);
+  } catch (...) {
+    std::signal(SIGINT, previous);
+    RunCameraCommand(camera, "AcquisitionStop", true);
+    progress.Finish();
+    throw;
+  }
+  std::signal(SIGINT, previous);
+  RunCameraCommand(camera, "AcquisitionStop", false);
+  acquisition.Stop();
+  progress.Finish();
+  Summarize(progress, acquisition.Lost());
   return 0;
 }

@@ -5,30 +5,23 @@
 #include <string>
 #include <vector>
 
+#include "GenTLPort.h"
 #include "tcProducer.h"
 
 class tcPortAccess {
  public:
-  struct tsDescription {
-    std::string url;       // as the port gives it
-    std::string fileName;  // the description's file name (local:) or path (file:)
-    std::string text;      // the description's bytes
-  };
+  using tsDescription = tsPortDescription;
 
   tcPortAccess(tcProducer& producer, GenTL::PORT_HANDLE port) : producer_(producer), port_(port) {}
 
   std::vector<uint8_t> Read(uint64_t address, size_t size);
   void Write(uint64_t address, const std::vector<uint8_t>& bytes);
 
-  // The port's first description URL.
-  std::string Url();
-  // Follows Url(): local: reads the description from the port, file: reads the file.
+  // Follows the port's first URL (local:, file:, zipped or not); throws a tool error that
+  // says why when the description cannot be fetched.
   tsDescription Description();
 
  private:
-  tsDescription ReadLocal(const std::string& url);
-  static tsDescription ReadFile(const std::string& url);
-
   tcProducer& producer_;
   GenTL::PORT_HANDLE port_;
 };

@@ -19,8 +19,15 @@ teLevel LevelOfWord(std::string_view word) {
 
 }  // namespace
 
-tsModuleChoice ChooseModule(const tcArguments& arguments, std::string_view levelWord) {
+bool IsModuleWord(std::string_view word) {
+  return word == "system" || word == "interface" || word == "device" || word == "stream" ||
+         word == "remote";
+}
+
+tsModuleChoice ChooseModule(const tcArguments& arguments, std::string_view levelWord,
+                            teLevel unnamed) {
   tsModuleChoice choice;
+  choice.level = unnamed;
   choice.interfaceId = arguments.Value("--interface", "Simulated");
   choice.deviceId = arguments.Value("--device");
   choice.streamId = arguments.Value("--stream");

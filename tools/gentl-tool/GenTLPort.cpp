@@ -6,8 +6,14 @@
 #include <charconv>
 #include <fstream>
 #include <sstream>
+#include <utility>
+
+#include "GenTLErrors.h"
+#include "ZippedDescription.h"
 
 namespace {
+
+constexpr uint64_t kMaxDescriptionSize = 64ULL << 20;
 
 // `lower` is lower case.
 bool HasAtNoCase(const std::string& text, size_t position, const std::string& lower) {
@@ -59,25 +65,38 @@ std::string CutAtNul(std::string text) {
   return text.substr(0, text.find('\0'));
 }
 
-// URL 0 of `port` through GCGetPortURLInfo, or the older GCGetPortURL when the producer lacks it.
+GenTL::GC_ERROR UrlFromInfo(GenTLLibrary& lib, void* port, std::string* url) {
+  GenTL::INFO_DATATYPE type = 0;
+  size_t size = 0;
+  GenTL::GC_ERROR status =
+      lib.GCGetPortURLInfo(port, 0, GenTL::URL_INFO_URL, &type, nullptr, &size);
+  url->assign(size, '\0');
+  if (status == GenTL::GC_ERR_SUCCESS) {
+    status = lib.GCGetPortURLInfo(port, 0, GenTL::URL_INFO_URL, &type, url->data(), &size);
+  }
+  return status;
+}
+
+GenTL::GC_ERROR UrlFromPort(GenTLLibrary& lib, void* port, std::string* url) {
+  size_t size = 0;
+  GenTL::GC_ERROR status = lib.GCGetPortURL(port, nullptr, &size);
+  url->assign(size, '\0');
+  if (status == GenTL::GC_ERR_SUCCESS) status = lib.GCGetPortURL(port, url->data(), &size);
+  return status;
+}
+
+// URL 0 of `port` through GCGetPortURLInfo, or the older GCGetPortURL when the producer lacks
+// the former or does not implement it.
 bool PortUrl(GenTLLibrary& lib, void* port, std::string* url, std::string* error) {
   GenTL::GC_ERROR status = GenTL::GC_ERR_NOT_IMPLEMENTED;
-  size_t size = 0;
-  if (lib.GCGetPortURLInfo != nullptr) {
-    GenTL::INFO_DATATYPE type = 0;
-    status = lib.GCGetPortURLInfo(port, 0, GenTL::URL_INFO_URL, &type, nullptr, &size);
-    url->assign(size, '\0');
-    if (status == GenTL::GC_ERR_SUCCESS) {
-      status = lib.GCGetPortURLInfo(port, 0, GenTL::URL_INFO_URL, &type, url->data(), &size);
-    }
-  } else if (lib.GCGetPortURL != nullptr) {
-    status = lib.GCGetPortURL(port, nullptr, &size);
-    url->assign(size, '\0');
-    if (status == GenTL::GC_ERR_SUCCESS) status = lib.GCGetPortURL(port, url->data(), &size);
+  if (lib.GCGetPortURLInfo != nullptr) status = UrlFromInfo(lib, port, url);
+  if (status == GenTL::GC_ERR_NOT_IMPLEMENTED && lib.GCGetPortURL != nullptr) {
+    status = UrlFromPort(lib, port, url);
   }
   *url = CutAtNul(*url);
   if (status == GenTL::GC_ERR_SUCCESS) return true;
-  *error = "reading URL 0 of the port failed with " + std::to_string(status);
+  *error = "reading URL 0 of the port failed with " + ErrorName(status) + " (" +
+           std::to_string(status) + ")";
   return false;
 }
 
@@ -92,26 +111,38 @@ std::string ReadFile(const std::string& path, std::string* error) {
   return text.str();
 }
 
-std::string ReadPortRange(GenTLLibrary& lib, void* port, const std::string& url,
+std::string ReadPortRange(GenTLLibrary& lib, void* port, uint64_t address, uint64_t length,
                           std::string* error) {
-  std::string file;
-  uint64_t address = 0;
-  uint64_t length = 0;
-  if (!ParseLocalUrl(url, &file, &address, &length)) {
-    *error = "malformed local URL: " + url;
-    return "";
-  }
-  if (EndsWithNoCase(file, ".zip")) {
-    *error = "zipped descriptions are not supported: " + url;
+  if (length > kMaxDescriptionSize) {
+    *error = "the description's length in the port's URL, " + std::to_string(length) +
+             " bytes, is more than 64 MiB";
     return "";
   }
   std::string text(length, '\0');
-  if (!PortAccessFor(lib, port).read(address, text.data(), text.size())) {
-    *error = "GCReadPort of the description range failed: " + url;
+  size_t done = text.size();
+  const GenTL::GC_ERROR status = lib.GCReadPort(port, address, text.data(), &done);
+  if (status == GenTL::GC_ERR_SUCCESS && done == text.size()) return text;
+  std::ostringstream what;
+  what << "GCReadPort of the description (" << length << " bytes at 0x" << std::hex
+       << std::uppercase << address << ") failed with "
+       << (status == GenTL::GC_ERR_SUCCESS ? "a short read" : ErrorName(status));
+  *error = what.str();
+  return "";
+}
+
+// The description of a local: URL, or empty with *error set.
+std::string ReadLocal(GenTLLibrary& lib, void* port, tsPortDescription& description,
+                      std::string* error) {
+  uint64_t address = 0;
+  uint64_t length = 0;
+  if (!ParseLocalUrl(description.url, &description.fileName, &address, &length)) {
+    *error = "malformed local URL: " + description.url;
     return "";
   }
+  std::string bytes = ReadPortRange(lib, port, address, length, error);
+  if (EndsWithNoCase(description.fileName, ".zip") || bytes.empty()) return bytes;
   // A description stored in a fixed-size register range may be padded with NULs.
-  return CutAtNul(text);
+  return CutAtNul(bytes);
 }
 
 }  // namespace
@@ -136,14 +167,26 @@ std::string FileUrlToPath(const std::string& url) {
   return PercentDecode(encoded, &path) ? path : "";
 }
 
-std::string FetchPortDescription(GenTLLibrary& lib, void* port, std::string* error) {
-  std::string url;
-  if (!PortUrl(lib, port, &url, error)) return "";
-  if (StartsWithNoCase(url, "local:")) return ReadPortRange(lib, port, url, error);
-  std::string path = FileUrlToPath(url);
-  if (!path.empty()) return ReadFile(path, error);
-  *error = "unsupported URL: " + url;
-  return "";
+tsPortDescription FetchPortDescription(GenTLLibrary& lib, void* port, std::string* error) {
+  tsPortDescription description;
+  if (!PortUrl(lib, port, &description.url, error)) return description;
+  std::string bytes;
+  const bool local = StartsWithNoCase(description.url, "local:");
+  if (!local) description.fileName = FileUrlToPath(description.url);
+  if (local) {
+    bytes = ReadLocal(lib, port, description, error);
+  } else if (!description.fileName.empty()) {
+    bytes = ReadFile(description.fileName, error);
+  } else {
+    *error = "unsupported URL: " + description.url;
+  }
+  if (bytes.empty()) {
+    if (error->empty()) *error = "the description at " + description.url + " is empty";
+    return description;
+  }
+  description.text = EndsWithNoCase(description.fileName, ".zip") ? UnzipDescription(bytes, error)
+                                                                  : std::move(bytes);
+  return description;
 }
 
 tsPortAccess PortAccessFor(GenTLLibrary& lib, void* port) {
