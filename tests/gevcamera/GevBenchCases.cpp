@@ -157,6 +157,22 @@ TEST_F(GevBench, PrivilegeExpiresWithoutHeartbeat) {
   EXPECT_EQ(Exchange(*clients_[0], Command(0x0080, 9, {0x10000}), camera, 1000).Word(0), 320u);
 }
 
+// The bench never starts where a real adapter is reachable.
+TEST(GevBenchSafety, RefusesANamespaceWithARealAdapter) {
+  ENTER_PRIVATE_NETWORK_OR_SKIP();
+  EXPECT_EQ(tcNetBench::Isolated(), "");
+  if (!RunIp("link add pio5 type veth peer name pio6")) GTEST_SKIP() << "no veth support";
+  ASSERT_TRUE(RunIp("addr add 10.201.10.1/30 dev pio5"));
+  ASSERT_TRUE(RunIp("link set pio5 up"));
+  EXPECT_EQ(tcNetBench::Isolated(),
+            "the network bench runs only in a private network namespace (unshare -n), and pio5 "
+            "is a real adapter");
+  tcNetBench bench;
+  tsBenchLink link;
+  EXPECT_EQ(bench.AddCamera(std::vector<std::string>{"true"}, 1500, &link), tcNetBench::Isolated());
+  EXPECT_EQ(link.pid, -1);
+}
+
 // Runs a command and returns what it printed on its standard output.
 std::string Output(const std::string& command) {
   std::string text;

@@ -15,6 +15,7 @@
 #include <cstring>
 #include <thread>
 
+#include "base/tcAdapterList.h"
 #include "base/tsSocketAddress.h"
 
 namespace {
@@ -76,7 +77,20 @@ std::string tcNetBench::AddCamera(const std::function<int()>& body, int mtu, tsB
   return Start(body, mtu, link);
 }
 
+std::string tcNetBench::Isolated() {
+  tcAdapterList adapters;
+  if (int error = adapters.Load()) return std::string("getifaddrs: ") + strerror(error);
+  for (const tsAdapter& adapter : adapters.Usable()) {
+    if (adapter.name.rfind("gvh", 0) != 0) {
+      return "the network bench runs only in a private network namespace (unshare -n), and " +
+             adapter.name + " is a real adapter";
+    }
+  }
+  return {};
+}
+
 std::string tcNetBench::Start(const std::function<int()>& body, int mtu, tsBenchLink* link) {
+  if (std::string refusal = Isolated(); !refusal.empty()) return refusal;
   int ready[2], go[2];
   if (pipe2(ready, O_CLOEXEC) < 0) return std::string("pipe: ") + strerror(errno);
   if (pipe2(go, O_CLOEXEC) < 0) {

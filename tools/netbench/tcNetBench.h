@@ -33,6 +33,9 @@ class tcNetBench {
   static bool RunInCamera(pid_t pid, const std::string& arguments);
   // Runs `ip` with `arguments` in the caller's namespace; true on success.
   static bool RunHere(const std::string& arguments);
+  // Empty when the caller's namespace has no usable adapter but the bench's own host ends;
+  // else why the bench refuses to start there.
+  static std::string Isolated();
 
  private:
   std::string Start(const std::function<int()>& body, int mtu, tsBenchLink* link);
