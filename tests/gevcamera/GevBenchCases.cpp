@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "GvcpMessages.h"
 #include "base/Platform.h"
@@ -39,24 +40,34 @@ class GevBench : public ::testing::Test {
   }
 
   // One exchange: the acknowledge and its sender, or status 0xFFFF after `timeoutMs`.
+  // Late acknowledges of earlier commands (another id) are skipped.
   tsAck Exchange(const tcUdpSocket& client, const std::vector<std::byte>& command,
                  const tsSocketAddress& to, int timeoutMs, tsSocketAddress* from = nullptr) {
     EXPECT_TRUE(client.SendTo(command, to).Ok());
+    uint16_t id = ParseAck(command).id;
+    uint64_t deadline = platform::MonotonicNs() + uint64_t(timeoutMs) * 1000000;
     tcPoll poll;
     poll.Add(client.Fd());
     std::array<std::byte, 1500> reply;
-    if (!poll.Wait(timeoutMs).Ok() || !poll.Readable(0)) return {};
-    tsSocketAddress sender;
-    tsIoResult received = client.ReceiveFrom(reply, &sender);
-    if (!received.Ok()) return {};
-    if (from) *from = sender;
-    return ParseAck(std::span(reply).first(received.count));
+    for (uint64_t now = platform::MonotonicNs(); now < deadline; now = platform::MonotonicNs()) {
+      int left = static_cast<int>((deadline - now + 999999) / 1000000);
+      if (!poll.Wait(left).Ok() || !poll.Readable(0)) break;
+      tsSocketAddress sender;
+      tsIoResult received = client.ReceiveFrom(reply, &sender);
+      if (!received.Ok()) break;
+      tsAck ack = ParseAck(std::span(reply).first(received.count));
+      if (ack.id != id) continue;
+      if (from) *from = sender;
+      return ack;
+    }
+    return {};
   }
 
   // Waits until the camera answers a register read (it starts asynchronously).
   bool WaitForCamera(const tcUdpSocket& client, uint32_t address) {
-    for (int attempt = 0; attempt < 100; ++attempt) {
-      if (Exchange(client, Command(0x0080, 1, {0x0000}), {address, kGvcpPort}, 50).status == 0) {
+    for (uint16_t attempt = 1; attempt <= 100; ++attempt) {
+      tsSocketAddress camera{address, kGvcpPort};
+      if (Exchange(client, Command(0x0080, 1000 + attempt, {0x0000}), camera, 50).status == 0) {
         return true;
       }
     }
@@ -155,6 +166,194 @@ TEST_F(GevBench, PrivilegeExpiresWithoutHeartbeat) {
   EXPECT_EQ(Exchange(*clients_[0], Command(0x0082, 8, {0x10000, 256}), camera, 1000).status,
             0x8006);
   EXPECT_EQ(Exchange(*clients_[0], Command(0x0080, 9, {0x10000}), camera, 1000).Word(0), 320u);
+}
+
+// One received GVSP packet, taken apart.
+struct tsPacket {
+  size_t size = 0;  // 0: nothing arrived
+  uint16_t status = 0;
+  bool extended = false;
+  uint8_t format = 0;
+  uint64_t blockId = 0;
+  uint32_t packetId = 0;
+  std::vector<std::byte> data;  // after the header
+};
+
+class GevStream : public GevBench {
+ protected:
+  // Starts a camera on a link with `mtu`, takes control and opens the stream socket.
+  bool Connect(std::vector<std::string> arguments = {}, int mtu = tcNetBench::kJumboMtu) {
+    arguments.insert(arguments.begin(), GEV_CAMERA_PATH);
+    std::string error = bench_.AddCamera(arguments, mtu, &link_);
+    if (!error.empty()) {
+      ADD_FAILURE() << error;
+      return false;
+    }
+    camera_ = {link_.cameraAddress, kGvcpPort};
+    bool ok = control_.Open() == 0 && control_.Bind({link_.hostAddress, 0}) == 0 &&
+              stream_.Open() == 0 && stream_.Bind({link_.hostAddress, 0}) == 0 &&
+              stream_.LocalAddress(&streamAddress_) == 0 &&
+              WaitForCamera(control_, camera_.address);
+    return ok && Write(0x0A00, 2) == 0;
+  }
+  uint16_t Write(uint32_t address, uint32_t value) {
+    return Exchange(control_, Command(0x0082, ++id_, {address, value}), camera_, 1000).status;
+  }
+  uint32_t Read(uint32_t address) {
+    return Exchange(control_, Command(0x0080, ++id_, {address}), camera_, 1000).Word(0);
+  }
+  tsPacket Receive(int timeoutMs) {
+    tcPoll poll;
+    poll.Add(stream_.Fd());
+    tsPacket packet;
+    std::vector<std::byte> buffer(9000);
+    if (!poll.Wait(timeoutMs).Ok() || !poll.Readable(0)) return packet;
+    tsSocketAddress from;
+    tsIoResult received = stream_.ReceiveFrom(buffer, &from);
+    if (!received.Ok()) return packet;
+    EXPECT_EQ(from.address, link_.cameraAddress);
+    packet.size = received.count;
+    tcWireReader reader{std::span<const std::byte>(buffer).first(received.count)};
+    packet.status = reader.U16Be();
+    uint16_t second = reader.U16Be();
+    uint32_t word = reader.U32Be();
+    packet.extended = word & 0x80000000u;
+    packet.format = (word >> 24) & 0x0F;
+    if (packet.extended) {
+      packet.blockId = reader.U64Be();
+      packet.packetId = reader.U32Be();
+    } else {
+      packet.blockId = second;
+      packet.packetId = word & 0xFFFFFF;
+    }
+    packet.data.assign(buffer.begin() + reader.Position(), buffer.begin() + received.count);
+    return packet;
+  }
+  // Sets a 256 x 16 Mono8 image (4096 bytes) in packets of `packetSize` and opens the channel.
+  void Configure(uint32_t packetSize) {
+    ASSERT_EQ(Write(0x10000, 256), 0);
+    ASSERT_EQ(Write(0x10004, 16), 0);
+    ASSERT_EQ(Write(0x0D04, 0x40000000u | packetSize), 0);
+    ASSERT_EQ(Write(0x0D18, link_.hostAddress), 0);
+    ASSERT_EQ(Write(0x0D00, streamAddress_.port), 0);
+  }
+  // Receives one whole frame and checks every packet of it.
+  void ExpectFrame(uint64_t frame, bool extended, size_t dataPerPacket) {
+    tsPacket leader = Receive(2000);
+    ASSERT_EQ(leader.format, 1) << "frame " << frame;
+    EXPECT_EQ(leader.extended, extended);
+    EXPECT_EQ(leader.blockId, frame);
+    EXPECT_EQ(leader.packetId, 0u);
+    EXPECT_EQ(leader.size, (extended ? 20u : 8u) + 36u);
+    tcWireReader fields(leader.data);
+    EXPECT_EQ(fields.U16Be(), 0);
+    EXPECT_EQ(fields.U16Be(), 1);  // image
+    fields.Skip(8);                // time stamp
+    EXPECT_EQ(fields.U32Be(), 0x01080001u);
+    EXPECT_EQ(fields.U32Be(), 256u);
+    EXPECT_EQ(fields.U32Be(), 16u);
+    size_t packets = (4096 + dataPerPacket - 1) / dataPerPacket;
+    for (size_t p = 1; p <= packets; ++p) {
+      tsPacket data = Receive(1000);
+      ASSERT_EQ(data.format, 3);
+      EXPECT_EQ(data.blockId, frame);
+      EXPECT_EQ(data.packetId, p);
+      size_t offset = (p - 1) * dataPerPacket;
+      ASSERT_EQ(data.data.size(), std::min(dataPerPacket, 4096 - offset));
+      for (size_t i = 0; i < data.data.size(); ++i) {
+        ASSERT_EQ(std::to_integer<uint8_t>(data.data[i]), uint8_t(offset + i + frame)) << i;
+      }
+    }
+    tsPacket trailer = Receive(1000);
+    ASSERT_EQ(trailer.format, 2);
+    EXPECT_EQ(trailer.blockId, frame);
+    EXPECT_EQ(trailer.packetId, packets + 1);
+    tcWireReader tail(trailer.data);
+    EXPECT_EQ(tail.U16Be(), 0);
+    EXPECT_EQ(tail.U16Be(), 1);
+    EXPECT_EQ(tail.U32Be(), 16u);
+  }
+
+  // Takes what is still in flight; the stream must then be quiet.
+  void DrainStream() {
+    int received = 0;
+    while (received < 100 && Receive(300).size != 0)
+      ++received;
+    EXPECT_LT(received, 100) << "the stream does not stop";
+  }
+  // Test packets of the size asked for; with the do-not-fragment bit, one above the link's
+  // MTU does not arrive.
+  void ExpectTestPackets(std::initializer_list<std::pair<uint32_t, bool>> cases) {
+    for (auto [size, arrives] : cases) {
+      ASSERT_EQ(Write(0x0D04, 0xC0000000u | size), 0);
+      EXPECT_EQ(Read(0x0D04), 0x40000000u | size);  // the fire bit clears itself
+      tsPacket packet = Receive(300);
+      EXPECT_EQ(packet.size, arrives ? size - 28 : 0u) << size;
+    }
+  }
+
+  tsBenchLink link_;
+  tsSocketAddress camera_;
+  tcUdpSocket control_;
+  tcUdpSocket stream_;
+  tsSocketAddress streamAddress_;
+  uint16_t id_ = 10;
+};
+
+TEST_F(GevStream, StreamsFramesOnlyWhileAcquiring) {
+  ASSERT_TRUE(Connect());
+  Configure(1000);
+  // The channel is open, but acquisition has not started: nothing is sent.
+  EXPECT_EQ(Receive(300).size, 0u);
+  EXPECT_NE(Read(0x0D1C), 0u);  // the stream's source port
+  ASSERT_EQ(Write(0x1001C, 1), 0);
+  ExpectFrame(1, false, 1000 - 36);
+  ExpectFrame(2, false, 1000 - 36);
+  ASSERT_EQ(Write(0x10020, 1), 0);
+  DrainStream();
+  EXPECT_EQ(Read(0x10034), 0u);
+}
+
+TEST_F(GevStream, ExtendedIdsOnceGvspConfigAsksForThem) {
+  ASSERT_TRUE(Connect());
+  Configure(1500);
+  ASSERT_EQ(Write(0x0960, 0x40000000), 0);
+  ASSERT_EQ(Write(0x1001C, 1), 0);
+  ExpectFrame(1, true, 1500 - 48);
+  ExpectFrame(2, true, 1500 - 48);
+}
+
+TEST_F(GevStream, SingleFrameModeSendsOneFrame) {
+  ASSERT_TRUE(Connect());
+  Configure(9000);
+  ASSERT_EQ(Write(0x10018, 1), 0);
+  ASSERT_EQ(Write(0x1001C, 1), 0);
+  ExpectFrame(1, false, 9000 - 36);
+  EXPECT_EQ(Receive(400).size, 0u);
+  EXPECT_EQ(Read(0x10034), 0u);
+}
+
+TEST_F(GevStream, LosingThePrivilegeStopsTheStream) {
+  ASSERT_TRUE(Connect());
+  Configure(1500);
+  ASSERT_EQ(Write(0x1001C, 1), 0);
+  ExpectFrame(1, false, 1500 - 36);
+  ASSERT_EQ(Write(0x0A00, 0), 0);
+  ASSERT_EQ(Write(0x0938, 3000), 0x8006);  // no longer in control
+  DrainStream();
+  EXPECT_EQ(Read(0x10034), 0u);
+}
+
+TEST_F(GevStream, TestPacketsOnAJumboLink) {
+  ASSERT_TRUE(Connect());
+  Configure(1500);
+  ExpectTestPackets({{9000, true}, {4500, true}, {1500, true}});
+}
+
+TEST_F(GevStream, TestPacketsAboveTheMtuDoNotArrive) {
+  ASSERT_TRUE(Connect({}, 1500));
+  Configure(1500);
+  ExpectTestPackets({{9000, false}, {4500, false}, {1500, true}});
 }
 
 // The bench never starts where a real adapter is reachable.

@@ -261,7 +261,8 @@ TEST_F(GevCamera, ManifestTableWhenAsked) {
   EXPECT_EQ(Send(Command(0x0080, 50, {0x0934})).Word(0) & 0x04000000u, 0x04000000u);
   tsAck ack = Send(ReadMem(51, 0x9000, 16));
   EXPECT_EQ(ack.status, 0);
-  EXPECT_EQ(ack.Word(4), 1u);                         // one entry
+  EXPECT_EQ(ack.Word(4), 0x04000001u);  // one entry, in the top and the low 6 bits
+  EXPECT_EQ(ack.Word(8), 1u);
   EXPECT_EQ(ack.Word(12), 1u | 1u << 18 | 1u << 24);  // file 1.0.0, schema 1.1
   EXPECT_EQ(ack.Word(16), 0x0200u);                   // its URL register
 }

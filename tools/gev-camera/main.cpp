@@ -8,6 +8,7 @@
 
 #include "tcGevCamera.h"
 #include "tcGvcpServer.h"
+#include "tcGvspStreamer.h"
 #include "tsGevCameraOptions.h"
 
 namespace {
@@ -85,8 +86,10 @@ int main(int argc, char** argv) {
   sigaddset(&signals, SIGTERM);
   pthread_sigmask(SIG_BLOCK, &signals, nullptr);
   tcGevCamera camera(options);
-  tcGvcpServer server(camera);
-  std::string error = server.Start(static_cast<uint16_t>(port));
+  tcGvspStreamer streamer(camera);
+  tcGvcpServer server(camera, [&streamer] { streamer.Wake(); });
+  std::string error = streamer.Start();
+  if (error.empty()) error = server.Start(static_cast<uint16_t>(port));
   if (!error.empty()) {
     fprintf(stderr, "gev-camera: %s\n", error.c_str());
     return 1;
@@ -97,5 +100,6 @@ int main(int argc, char** argv) {
   int received = 0;
   sigwait(&signals, &received);
   server.Stop();
+  streamer.Stop();
   return 0;
 }

@@ -2,6 +2,7 @@
 #include "tcGevCamera.h"
 
 #include <array>
+#include <cstring>
 
 #include "base/tcWireReader.h"
 #include "base/tcWireWriter.h"
@@ -64,8 +65,11 @@ size_t tcGevCamera::Handle(std::span<const std::byte> datagram, const tsSocketAd
   if (IsOwner(from)) ownerSeenNs_ = nowNs;
   bool complete = length <= reader.Remaining();
   command.payload = datagram.subspan(reader.Position(), complete ? length : 0);
+  // The camera has the address the command reached it on.
+  registers_.Set(tcGevRegisters::kCurrentIp, local);
+  registers_.Set(tcGevRegisters::kCurrentMask, localMask);
   if (command.code == kDiscovery) {
-    return options_.silent ? 0 : Discovery(command, local, localMask, reply);
+    return options_.silent ? 0 : Discovery(command, local, reply);
   }
   if (flags & kAcknowledgeFlag) return Execute(command, complete, reply);
   // Executed all the same, without an acknowledge.
@@ -97,15 +101,13 @@ size_t tcGevCamera::Execute(const tsCommand& command, bool complete, std::span<s
   }
 }
 
-size_t tcGevCamera::Discovery(const tsCommand& command, uint32_t local, uint32_t localMask,
+size_t tcGevCamera::Discovery(const tsCommand& command, uint32_t local,
                               std::span<std::byte> reply) {
-  // The camera has the address the command reached it on; without a configured MAC it takes
-  // a locally administered one derived from that address.
+  // Without a configured MAC the camera takes a locally administered one derived from its
+  // address.
   uint64_t mac = options_.mac ? options_.mac : 0x024756000000ull | (local & 0xFFFFFF);
   registers_.Set(tcGevRegisters::kMacHigh, static_cast<uint32_t>(mac >> 32) & 0xFFFF);
   registers_.Set(tcGevRegisters::kMacLow, static_cast<uint32_t>(mac));
-  registers_.Set(tcGevRegisters::kCurrentIp, local);
-  registers_.Set(tcGevRegisters::kCurrentMask, localMask);
   tcWireWriter writer(reply);
   Header(writer, 0, kDiscovery + 1, kRecordSize, command.id);
   std::array<std::byte, kRecordSize> record;
@@ -182,7 +184,7 @@ uint16_t tcGevCamera::WritePrivilege(const tsCommand& command, uint32_t value) {
   bool held = value & (kExclusive | kControl);
   owner_ = held ? command.from : tsSocketAddress{};
   ownerSeenNs_ = command.nowNs;
-  if (!held) registers_.Set(tcGevRegisters::kPrivilege, 0);
+  if (!held) Release();
   return 0;
 }
 
@@ -246,7 +248,13 @@ void tcGevCamera::ExpireLocked(uint64_t nowNs) {
   uint64_t timeoutNs = uint64_t{registers_.Get(tcGevRegisters::kHeartbeatTimeout)} * 1000000;
   if (nowNs - ownerSeenNs_ <= timeoutNs) return;
   owner_ = {};
+  Release();
+}
+
+void tcGevCamera::Release() {
   registers_.Set(tcGevRegisters::kPrivilege, 0);
+  // A camera left without a controlling application stops streaming.
+  registers_.Set(tcGevRegisters::kAcquisitionActive, 0);
 }
 
 bool tcGevCamera::IsOwner(const tsSocketAddress& from) const {
@@ -266,4 +274,44 @@ uint32_t tcGevCamera::Privilege() const {
 uint32_t tcGevCamera::Register(uint32_t address) const {
   std::lock_guard<std::mutex> lock(mutex_);
   return registers_.Get(address);
+}
+
+tsStreamSettings tcGevCamera::StreamSettings() const {
+  std::lock_guard<std::mutex> lock(mutex_);
+  tsStreamSettings settings;
+  settings.acquiring = registers_.Get(tcGevRegisters::kAcquisitionActive) != 0;
+  settings.singleFrame = registers_.Get(tcGevRegisters::kAcquisitionMode) == 1;
+  settings.source = registers_.Get(tcGevRegisters::kCurrentIp);
+  settings.destination = registers_.Get(tcGevRegisters::kStreamDestination);
+  settings.port = static_cast<uint16_t>(registers_.Get(tcGevRegisters::kStreamPort));
+  uint32_t packetSize = registers_.Get(tcGevRegisters::kPacketSize);
+  settings.packetSize = packetSize & 0xFFFF;
+  settings.dontFragment = packetSize & 0x40000000;
+  settings.extendedIds =
+      options_.versionMajor >= 2 &&
+      (registers_.Get(tcGevRegisters::kGvspConfig) & tcGevRegisters::kExtendedIds);
+  settings.width = registers_.Get(tcGevRegisters::kWidth);
+  settings.height = registers_.Get(tcGevRegisters::kHeight);
+  settings.offsetX = registers_.Get(tcGevRegisters::kOffsetX);
+  settings.offsetY = registers_.Get(tcGevRegisters::kOffsetY);
+  settings.pixelFormat = registers_.Get(tcGevRegisters::kPixelFormat);
+  settings.payloadSize = registers_.Get(tcGevRegisters::kPayloadSize);
+  uint32_t rateBits = registers_.Get(tcGevRegisters::kFrameRate);
+  std::memcpy(&settings.frameRate, &rateBits, sizeof rateBits);
+  return settings;
+}
+
+bool tcGevCamera::TakeTestPacket() {
+  std::lock_guard<std::mutex> lock(mutex_);
+  return registers_.TakeTestPacket();
+}
+
+void tcGevCamera::EndAcquisition() {
+  std::lock_guard<std::mutex> lock(mutex_);
+  registers_.Set(tcGevRegisters::kAcquisitionActive, 0);
+}
+
+void tcGevCamera::SetSourcePort(uint16_t port) {
+  std::lock_guard<std::mutex> lock(mutex_);
+  registers_.Set(tcGevRegisters::kStreamSourcePort, port);
 }

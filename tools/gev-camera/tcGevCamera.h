@@ -10,6 +10,7 @@
 #include "base/tsSocketAddress.h"
 #include "tcGevRegisters.h"
 #include "tsGevCameraOptions.h"
+#include "tsStreamSettings.h"
 
 class tcGevCamera {
  public:
@@ -32,13 +33,19 @@ class tcGevCamera {
   uint32_t Privilege() const;
   // Copy of a register, for the camera's other parts and tests.
   uint32_t Register(uint32_t address) const;
+  tsStreamSettings StreamSettings() const;
+  // Whether a test packet was asked for since the last call.
+  bool TakeTestPacket();
+  // Ends the acquisition (a single frame was sent).
+  void EndAcquisition();
+  // The stream channel's source port, once its socket is bound.
+  void SetSourcePort(uint16_t port);
 
  private:
   struct tsCommand;
 
   size_t Execute(const tsCommand& command, bool complete, std::span<std::byte> reply);
-  size_t Discovery(const tsCommand& command, uint32_t local, uint32_t localMask,
-                   std::span<std::byte> reply);
+  size_t Discovery(const tsCommand& command, uint32_t local, std::span<std::byte> reply);
   size_t ReadRegisters(const tsCommand& command, std::span<std::byte> reply);
   size_t WriteRegisters(const tsCommand& command, std::span<std::byte> reply);
   size_t ReadMemory(const tsCommand& command, std::span<std::byte> reply);
@@ -49,6 +56,7 @@ class tcGevCamera {
   uint16_t WriteRegister(const tsCommand& command, uint32_t address, uint32_t value);
   bool IsOwner(const tsSocketAddress& from) const;
   void ExpireLocked(uint64_t nowNs);
+  void Release();
 
   mutable std::mutex mutex_;  // the control thread and the stream thread share the registers
   tsGevCameraOptions options_;

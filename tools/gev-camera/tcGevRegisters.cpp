@@ -5,6 +5,7 @@
 #include <array>
 #include <cstdio>
 #include <cstring>
+#include <utility>
 
 #include "GevCameraXml.h"
 #include "base/ByteOrder.h"
@@ -88,7 +89,10 @@ tcGevRegisters::tcGevRegisters(const tsGevCameraOptions& options)
   Set(kPacketSize, 0x40000000u | 1500);  // do not fragment, 1500 bytes
   Set(0x0D20, 0x80000000u);              // big and little endian payload
   if (manifest_) {
-    Set(kManifest, 1);
+    // One entry, counted in both places readers look: the top and the low 6 bits of the first
+    // header word, and the second word.
+    Set(kManifest, 1u << 26 | 1u);
+    Set(kManifest + 4, 1);
     // File version 1.0.0, schema 1.1, in the bit positions the manifest word uses.
     Set(kManifest + 8, 1u | 1u << 18 | 1u << 24);
     Set(kManifest + 12, kFirstUrl);
@@ -160,6 +164,15 @@ uint16_t tcGevRegisters::WriteRegister(uint32_t address, uint32_t value) {
   if (!Exists(address, 4)) return kInvalidAddress;
   if (!Writable(address, 4)) return kWriteProtect;
   if (uint16_t status = CheckFeature(address, value)) return status;
+  if (address == kAcquisitionStart || address == kAcquisitionStop) {
+    if (value & 1) Set(kAcquisitionActive, address == kAcquisitionStart);
+    return 0;
+  }
+  if (address == kPacketSize) {
+    // The fire-test bit clears itself; the stream sends the packet.
+    testPacket_ = testPacket_ || (value & kFireTestPacket);
+    value &= ~kFireTestPacket;
+  }
   Set(address, value);
   if (address >= kWidth && address <= kPixelFormat) UpdatePayloadSize();
   return 0;
@@ -195,6 +208,10 @@ uint16_t tcGevRegisters::CheckFeature(uint32_t address, uint32_t value) const {
 void tcGevRegisters::UpdatePayloadSize() {
   uint64_t bits = uint64_t{Get(kWidth)} * Get(kHeight) * BitsPerPixel(Get(kPixelFormat));
   Set(kPayloadSize, static_cast<uint32_t>((bits + 7) / 8));
+}
+
+bool tcGevRegisters::TakeTestPacket() {
+  return std::exchange(testPacket_, false);
 }
 
 uint32_t tcGevRegisters::Get(uint32_t address) const {

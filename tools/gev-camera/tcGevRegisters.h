@@ -33,6 +33,9 @@ class tcGevRegisters {
   static constexpr uint32_t kPacketSize = 0x0D04;
   static constexpr uint32_t kPacketDelay = 0x0D08;
   static constexpr uint32_t kStreamDestination = 0x0D18;
+  static constexpr uint32_t kStreamSourcePort = 0x0D1C;
+  static constexpr uint32_t kFireTestPacket = 0x80000000;
+  static constexpr uint32_t kExtendedIds = 0x40000000;  // in gvsp_config
   static constexpr uint32_t kManifest = 0x9000;
   // The camera's own registers (big-endian 32-bit, see the XML description).
   static constexpr uint32_t kFeatures = 0x10000;
@@ -72,6 +75,8 @@ class tcGevRegisters {
   void Set(uint32_t address, uint32_t value);
   void SetText(uint32_t address, const std::string& text, size_t fieldSize);
   const std::string& Xml() const { return xml_; }
+  // Whether a test packet was asked for since the last call.
+  bool TakeTestPacket();
 
  private:
   bool Exists(uint32_t address, size_t length) const;
@@ -82,4 +87,5 @@ class tcGevRegisters {
   std::vector<std::byte> memory_;
   std::string xml_;
   bool manifest_;
+  bool testPacket_ = false;
 };

@@ -56,6 +56,7 @@ void tcGvcpServer::Answer() {
     size_t length = camera_.Handle(std::span(datagram).first(received.count), from, local,
                                    MaskOf(local), platform::MonotonicNs(), reply);
     if (length) socket_.SendFrom(std::span(reply).first(length), from, local);
+    if (afterCommand_) afterCommand_();
   }
 }
 

@@ -2,7 +2,9 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
+#include <utility>
 
 #include "base/tcAdapterList.h"
 #include "base/tcEventFd.h"
@@ -15,7 +17,9 @@
 // link.
 class tcGvcpServer {
  public:
-  explicit tcGvcpServer(tcGevCamera& camera) : camera_(camera) {}
+  // `afterCommand` runs on the server's thread after each command the camera handled.
+  tcGvcpServer(tcGevCamera& camera, std::function<void()> afterCommand)
+      : camera_(camera), afterCommand_(std::move(afterCommand)) {}
   ~tcGvcpServer() { Stop(); }
   tcGvcpServer(const tcGvcpServer&) = delete;
   tcGvcpServer& operator=(const tcGvcpServer&) = delete;
@@ -30,6 +34,7 @@ class tcGvcpServer {
   uint32_t MaskOf(uint32_t local);
 
   tcGevCamera& camera_;
+  std::function<void()> afterCommand_;
   tcUdpSocket socket_;
   tcEventFd wake_;
   tcAdapterList adapters_;  // only the thread touches it once started

@@ -1,0 +1,158 @@
+// Stream channel 0 of the emulated camera.
+#include "tcGvspStreamer.h"
+
+#include <algorithm>
+
+#include "base/Platform.h"
+#include "base/tcPoll.h"
+#include "base/tcWireWriter.h"
+
+namespace {
+
+constexpr size_t kIpUdpHeaders = 28;
+constexpr size_t kStandardHeader = 8;
+constexpr size_t kExtendedHeader = 20;
+constexpr size_t kLeaderData = 36;
+constexpr size_t kTrailerData = 8;
+constexpr uint8_t kLeader = 1;
+constexpr uint8_t kTrailer = 2;
+constexpr uint8_t kPayload = 3;
+constexpr uint16_t kImage = 1;
+constexpr int kIdleMs = 100;
+
+void PacketHeader(tcWireWriter& writer, bool extended, uint8_t format, uint64_t blockId64,
+                  uint16_t blockId16, uint32_t packetId) {
+  writer.U16Be(0);  // status
+  if (extended) {
+    writer.U16Be(0);  // flags
+    writer.U32Be(uint32_t{0x80u | format} << 24);
+    writer.U64Be(blockId64);
+    writer.U32Be(packetId);
+  } else {
+    writer.U16Be(blockId16);
+    writer.U32Be(uint32_t{format} << 24 | (packetId & 0xFFFFFF));
+  }
+}
+
+}  // namespace
+
+std::string tcGvspStreamer::Start() {
+  int error = wake_.Open();
+  if (!error) {
+    error = thread_.Start([this](const std::atomic<bool>& stop) { Run(stop); },
+                          [this] { wake_.Signal(); });
+  }
+  return error ? "stream channel: " + platform::ErrorText(error) : std::string();
+}
+
+void tcGvspStreamer::Stop() {
+  thread_.RequestStop();
+  thread_.Join();
+}
+
+void tcGvspStreamer::Run(const std::atomic<bool>& stop) {
+  tcPoll poll;
+  poll.Add(wake_.Fd());
+  uint64_t next = platform::MonotonicNs();
+  while (!stop) {
+    tsStreamSettings settings = camera_.StreamSettings();
+    // Bound as soon as the camera has an address, so its source port can be read.
+    bool ready = settings.source != 0 && Prepare(settings);
+    if (camera_.TakeTestPacket() && ready) SendTestPacket(settings);
+    uint64_t now = platform::MonotonicNs();
+    int waitMs = kIdleMs;
+    if (settings.acquiring && settings.port != 0 && settings.destination != 0) {
+      if (now >= next && ready) {
+        SendFrame(settings);
+        if (settings.singleFrame) camera_.EndAcquisition();
+        uint64_t period = settings.frameRate > 0 ? uint64_t(1e9 / settings.frameRate) : 100000000;
+        next = std::max(next + period, now);
+      }
+      now = platform::MonotonicNs();
+      waitMs =
+          next > now ? static_cast<int>(std::min<uint64_t>((next - now) / 1000000, kIdleMs)) : 0;
+    } else {
+      next = now;  // the first frame leaves as soon as acquisition starts
+    }
+    poll.Wait(waitMs);
+    wake_.Drain();
+  }
+}
+
+bool tcGvspStreamer::Prepare(const tsStreamSettings& settings) {
+  if (socket_.IsOpen() && boundSource_ == settings.source) return true;
+  socket_.Close();
+  if (socket_.Open() || socket_.Bind({settings.source, 0}) || socket_.SetDontFragment(true)) {
+    socket_.Close();
+    return false;
+  }
+  tsSocketAddress local;
+  socket_.LocalAddress(&local);
+  camera_.SetSourcePort(local.port);
+  boundSource_ = settings.source;
+  return true;
+}
+
+void tcGvspStreamer::SendTestPacket(const tsStreamSettings& settings) {
+  if (settings.port == 0 || settings.packetSize <= kIpUdpHeaders) return;
+  std::vector<std::byte> packet(settings.packetSize - kIpUdpHeaders);
+  // EMSGSIZE above the path MTU is the point of the test: the packet does not arrive.
+  socket_.SendTo(packet, {settings.destination, settings.port});
+}
+
+void tcGvspStreamer::SendFrame(const tsStreamSettings& settings) {
+  size_t header = settings.extendedIds ? kExtendedHeader : kStandardHeader;
+  if (settings.packetSize < kIpUdpHeaders + header + kLeaderData) return;
+  ++frameCount_;
+  blockId_ = blockId_ == 0xFFFF ? 1 : blockId_ + 1;
+  size_t count = BuildFrame(settings, settings.packetSize - kIpUdpHeaders - header);
+  Send(count);
+}
+
+size_t tcGvspStreamer::BuildFrame(const tsStreamSettings& s, size_t dataPerPacket) {
+  size_t header = s.extendedIds ? kExtendedHeader : kStandardHeader;
+  size_t dataPackets = (s.payloadSize + dataPerPacket - 1) / dataPerPacket;
+  size_t count = dataPackets + 2;
+  storage_.resize(count * (header + std::max(dataPerPacket, kLeaderData)));
+  datagrams_.resize(count);
+  std::byte* at = storage_.data();
+  tsSocketAddress to{s.destination, s.port};
+  auto add = [&](size_t index, size_t length) {
+    datagrams_[index] = {std::span<std::byte>(at, length), 0, to};
+    at += length;
+    return tcWireWriter(datagrams_[index].buffer);
+  };
+  uint64_t ticks = platform::MonotonicNs();  // 1 GHz time stamp
+  tcWireWriter leader = add(0, header + kLeaderData);
+  PacketHeader(leader, s.extendedIds, kLeader, frameCount_, blockId_, 0);
+  leader.U16Be(0);  // field info and flags
+  leader.U16Be(kImage);
+  leader.U32Be(static_cast<uint32_t>(ticks >> 32));
+  leader.U32Be(static_cast<uint32_t>(ticks));
+  for (uint32_t v : {s.pixelFormat, s.width, s.height, s.offsetX, s.offsetY})
+    leader.U32Be(v);
+  leader.U32Be(0);  // padding x and y
+  for (size_t p = 0; p < dataPackets; ++p) {
+    size_t offset = p * dataPerPacket;
+    size_t length = std::min(dataPerPacket, s.payloadSize - offset);
+    tcWireWriter data = add(p + 1, header + length);
+    PacketHeader(data, s.extendedIds, kPayload, frameCount_, blockId_, uint32_t(p + 1));
+    for (size_t i = 0; i < length; ++i)
+      data.U8(static_cast<uint8_t>(offset + i + frameCount_));
+  }
+  tcWireWriter trailer = add(count - 1, header + kTrailerData);
+  PacketHeader(trailer, s.extendedIds, kTrailer, frameCount_, blockId_, uint32_t(count - 1));
+  trailer.U16Be(0);
+  trailer.U16Be(kImage);
+  trailer.U32Be(s.height);
+  return count;
+}
+
+void tcGvspStreamer::Send(size_t count) {
+  std::span<const tsDatagram> pending(datagrams_.data(), count);
+  while (!pending.empty()) {
+    tsIoResult sent = socket_.SendBatch(pending);
+    if (!sent.Ok()) return;  // the destination vanished or refuses: drop the frame
+    pending = pending.subspan(sent.count);
+  }
+}

@@ -1,0 +1,51 @@
+// Stream channel 0 of the emulated camera: frames (leader, payload, trailer) while acquiring,
+// and test packets on request.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "base/tcEventFd.h"
+#include "base/tcThread.h"
+#include "base/tcUdpSocket.h"
+#include "tcGevCamera.h"
+#include "tsStreamSettings.h"
+
+// Frames go to SCDA0:SCP0 at the frame rate, only while acquisition is started and the port is
+// not 0 (a port written during packet-size negotiation alone sends nothing). Packets leave
+// from the camera's address with the do-not-fragment bit, so a packet above the path MTU does
+// not arrive. Byte i of frame n's payload is (i + n) modulo 256, n counting frames from 1, so a
+// receiver can check every byte.
+class tcGvspStreamer {
+ public:
+  explicit tcGvspStreamer(tcGevCamera& camera) : camera_(camera) {}
+  ~tcGvspStreamer() { Stop(); }
+  tcGvspStreamer(const tcGvspStreamer&) = delete;
+  tcGvspStreamer& operator=(const tcGvspStreamer&) = delete;
+
+  // An empty text or why the thread could not start.
+  std::string Start();
+  void Stop();
+  // Looks at the registers again at once (after a command changed them).
+  void Wake() { wake_.Signal(); }
+
+ private:
+  void Run(const std::atomic<bool>& stop);
+  bool Prepare(const tsStreamSettings& settings);
+  void SendTestPacket(const tsStreamSettings& settings);
+  void SendFrame(const tsStreamSettings& settings);
+  size_t BuildFrame(const tsStreamSettings& settings, size_t dataPerPacket);
+  void Send(size_t count);
+
+  tcGevCamera& camera_;
+  tcUdpSocket socket_;
+  uint32_t boundSource_ = 0;
+  tcEventFd wake_;
+  uint64_t frameCount_ = 0;  // frames sent; the 64-bit block id of the last one
+  uint16_t blockId_ = 0;     // the 16-bit block id of the last frame (1 to 65535)
+  std::vector<std::byte> storage_;
+  std::vector<tsDatagram> datagrams_;
+  tcThread thread_;  // last: stopped first
+};
