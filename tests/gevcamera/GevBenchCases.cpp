@@ -402,4 +402,25 @@ TEST_F(GevBench, AravisFindsTheCameraAndReadsItsFeatures) {
   EXPECT_NE(features.find("PayloadSize = 307200"), std::string::npos) << features;
 }
 
+// Aravis streams from the camera (its own packet-size, stream and acquisition handling) and
+// completes every frame.
+TEST_F(GevBench, AravisStreamsFromTheCameraWithoutFailures) {
+  if (access("/usr/bin/arv-camera-test-0.8", X_OK) != 0) {
+    GTEST_SKIP() << "arv-camera-test-0.8 (Debian package aravis-tools) is not installed";
+  }
+  tsBenchLink link;
+  ASSERT_TRUE(StartCamera({"--serial", "ARV2"}, &link));
+  ASSERT_TRUE(WaitForCamera(*clients_[0], link.cameraAddress));
+  std::string address = tsSocketAddress::Text(link.cameraAddress);
+  // SIGINT after 3 s: it stops and prints its counters.
+  std::string report =
+      Output("timeout -s INT 3 stdbuf -oL arv-camera-test-0.8 -r -n " + address + " 2>&1");
+  EXPECT_NE(report.find("payload                = 307200 bytes"), std::string::npos) << report;
+  EXPECT_NE(report.find("n_failures             = 0\n"), std::string::npos) << report;
+  EXPECT_NE(report.find("n_missing_packets      = 0\n"), std::string::npos) << report;
+  size_t completed = report.find("n_completed_buffers    = ");
+  ASSERT_NE(completed, std::string::npos) << report;
+  EXPECT_GE(std::stoi(report.substr(completed + 25)), 20) << report;  // 10 frames per second
+}
+
 }  // namespace
