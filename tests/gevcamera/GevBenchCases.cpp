@@ -286,6 +286,16 @@ class GevStream : public GevBench {
     EXPECT_EQ(tail.U32Be(), 16u);
   }
 
+  // The resent packets (status 0x0100) that arrive within `timeoutMs`, in order.
+  std::vector<tsPacket> Resent(int timeoutMs) {
+    std::vector<tsPacket> resent;
+    uint64_t deadline = platform::MonotonicNs() + uint64_t(timeoutMs) * 1000000;
+    while (platform::MonotonicNs() < deadline) {
+      tsPacket packet = Receive(50);
+      if (packet.size != 0 && packet.status == 0x0100) resent.push_back(packet);
+    }
+    return resent;
+  }
   // Takes what is still in flight; the stream must then be quiet.
   void DrainStream() {
     int received = 0;
@@ -366,6 +376,61 @@ TEST_F(GevStream, TestPacketsAboveTheMtuDoNotArrive) {
   ASSERT_TRUE(Connect({}, 1500));
   Configure(1500);
   ExpectTestPackets({{9000, false}, {4500, false}, {1500, true}});
+}
+
+TEST_F(GevStream, ResendsNamedPacketsWithTheResendStatus) {
+  ASSERT_TRUE(Connect());
+  EXPECT_EQ(Read(0x0934) & 0x00400004u, 0x00400004u);  // resend and extended status offered
+  Configure(1000);
+  ASSERT_EQ(Write(0x1001C, 1), 0);
+  ExpectFrame(1, false, 964);
+  // Block 1, packets 4 to 6: 6 is the trailer, which is not resent. No acknowledge.
+  ASSERT_TRUE(control_.SendTo(Command(0x0040, ++id_, {0x00000001, 4, 6}, 0x00), camera_).Ok());
+  std::vector<tsPacket> resent = Resent(600);
+  ASSERT_EQ(resent.size(), 2u);
+  for (size_t i = 0; i < 2; ++i) {
+    EXPECT_EQ(resent[i].blockId, 1u);
+    EXPECT_EQ(resent[i].packetId, 4u + i);
+    size_t offset = (3 + i) * 964;
+    ASSERT_EQ(resent[i].data.size(), std::min<size_t>(964, 4096 - offset));
+    EXPECT_EQ(std::to_integer<uint8_t>(resent[i].data[0]), uint8_t(offset + 1));
+  }
+}
+
+TEST_F(GevStream, ResendWithExtendedIds) {
+  ASSERT_TRUE(Connect());
+  Configure(1500);
+  ASSERT_EQ(Write(0x0960, 0x40000000), 0);
+  ASSERT_EQ(Write(0x1001C, 1), 0);
+  ExpectFrame(1, true, 1452);
+  // Flag 0x10: channel, reserved, first, last, block id high and low.
+  ASSERT_TRUE(control_.SendTo(Command(0x0040, ++id_, {0, 0, 1, 0, 1}, 0x10), camera_).Ok());
+  std::vector<tsPacket> resent = Resent(600);
+  ASSERT_EQ(resent.size(), 2u);
+  EXPECT_TRUE(resent[0].extended);
+  EXPECT_EQ(resent[0].packetId, 0u);  // the leader
+  EXPECT_EQ(resent[0].format, 1);
+  EXPECT_EQ(resent[1].packetId, 1u);
+  EXPECT_EQ(resent[1].blockId, 1u);
+}
+
+TEST_F(GevStream, ResendOfAnUnknownBlockSendsNothing) {
+  ASSERT_TRUE(Connect());
+  Configure(1000);
+  ASSERT_EQ(Write(0x1001C, 1), 0);
+  ExpectFrame(1, false, 964);
+  ASSERT_TRUE(control_.SendTo(Command(0x0040, ++id_, {0x00000063, 1, 2}, 0x00), camera_).Ok());
+  EXPECT_TRUE(Resent(400).empty());
+}
+
+TEST_F(GevStream, WithoutResendNothingIsOfferedOrResent) {
+  ASSERT_TRUE(Connect({"--no-resend"}));
+  EXPECT_EQ(Read(0x0934) & 0x00400004u, 0u);
+  Configure(1000);
+  ASSERT_EQ(Write(0x1001C, 1), 0);
+  ExpectFrame(1, false, 964);
+  ASSERT_TRUE(control_.SendTo(Command(0x0040, ++id_, {0x00000001, 1, 2}, 0x00), camera_).Ok());
+  EXPECT_TRUE(Resent(400).empty());
 }
 
 // The bench never starts where a real adapter is reachable.

@@ -75,7 +75,7 @@ TEST_F(GevCamera, ReadRegisterGivesTheValue) {
   EXPECT_EQ(ack.answer, 0x0081);
   EXPECT_EQ(ack.length, 4);
   EXPECT_EQ(ack.id, 2);
-  EXPECT_EQ(ack.Word(0), 0xC0000002u);  // user-defined name, serial number, WRITEMEM
+  EXPECT_EQ(ack.Word(0), 0xC0400006u);  // names, resend, extended status, WRITEMEM
 }
 
 TEST_F(GevCamera, ReadOfSeveralRegisters) {
@@ -271,6 +271,7 @@ TEST_F(GevCamera, VersionOneOffersNoExtendedIds) {
   EXPECT_EQ(Send(Command(0x0080, 52, {0x092C})).Word(0), 0xC0000000u);
   options_.versionMajor = 1;
   options_.versionMinor = 1;
+  options_.resend = false;
   camera_ = std::make_unique<tcGevCamera>(options_);
   EXPECT_EQ(Send(Command(0x0080, 53, {0x0000})).Word(0), 0x00010001u);
   EXPECT_EQ(Send(Command(0x0080, 54, {0x092C})).Word(0), 0x80000000u);

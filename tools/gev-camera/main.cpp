@@ -25,6 +25,7 @@ const char kUsage[] =
     "  --width N          sensor width (640)\n"
     "  --height N         sensor height (480)\n"
     "  --manifest         offer a manifest table\n"
+    "  --no-resend        do not offer or serve packet resend\n"
     "  --no-extended-ids  do not offer 64-bit block ids\n"
     "  --silent           never answer discovery\n"
     "  --port N           control port (3956)\n";
@@ -35,6 +36,8 @@ bool ParseOptions(int argc, char** argv, tsGevCameraOptions* options, int* port)
     bool hasValue = i + 1 < argc;
     if (option == "--manifest") {
       options->manifest = true;
+    } else if (option == "--no-resend") {
+      options->resend = false;
     } else if (option == "--no-extended-ids") {
       options->extendedIds = false;
     } else if (option == "--silent") {

@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstring>
+#include <utility>
 
 #include "base/tcWireReader.h"
 #include "base/tcWireWriter.h"
@@ -11,6 +12,8 @@ namespace {
 
 constexpr uint8_t kKey = 0x42;
 constexpr uint8_t kAcknowledgeFlag = 0x01;
+constexpr uint8_t kExtendedIdFlag = 0x10;
+constexpr size_t kMaxQueuedResends = 256;
 constexpr uint16_t kDiscovery = 0x0002;
 constexpr uint16_t kPacketResend = 0x0040;
 constexpr uint16_t kReadReg = 0x0080;
@@ -40,6 +43,7 @@ struct tcGevCamera::tsCommand {
   tsSocketAddress from;
   uint16_t code = 0;
   uint16_t id = 0;
+  uint8_t flags = 0;
   uint64_t nowNs = 0;
   std::span<const std::byte> payload;
 };
@@ -56,6 +60,7 @@ size_t tcGevCamera::Handle(std::span<const std::byte> datagram, const tsSocketAd
   tsCommand command;
   command.from = from;
   command.nowNs = nowNs;
+  command.flags = flags;
   command.code = reader.U16Be();
   uint16_t length = reader.U16Be();
   command.id = reader.U16Be();
@@ -94,6 +99,7 @@ size_t tcGevCamera::Execute(const tsCommand& command, bool complete, std::span<s
     case kWriteMem:
       return WriteMemory(command, reply);
     case kPacketResend:
+      QueueResend(command);
       return 0;  // never acknowledged
     default:
       Header(writer, kNotImplemented, command.code + 1, 0, command.id);
@@ -314,4 +320,28 @@ void tcGevCamera::EndAcquisition() {
 void tcGevCamera::SetSourcePort(uint16_t port) {
   std::lock_guard<std::mutex> lock(mutex_);
   registers_.Set(tcGevRegisters::kStreamSourcePort, port);
+}
+
+void tcGevCamera::QueueResend(const tsCommand& command) {
+  if (!options_.resend || resends_.size() >= kMaxQueuedResends) return;
+  tcWireReader reader(command.payload);
+  tsResendRequest request;
+  request.extendedIds = command.flags & kExtendedIdFlag;
+  reader.Skip(2);  // stream channel 0, the only one
+  if (request.extendedIds) {
+    reader.Skip(2);
+    request.firstPacket = reader.U32Be();
+    request.lastPacket = reader.U32Be();
+    request.blockId = reader.U64Be();
+  } else {
+    request.blockId = reader.U16Be();
+    request.firstPacket = reader.U32Be() & 0xFFFFFF;
+    request.lastPacket = reader.U32Be() & 0xFFFFFF;
+  }
+  if (!reader.Failed()) resends_.push_back(request);
+}
+
+std::vector<tsResendRequest> tcGevCamera::TakeResendRequests() {
+  std::lock_guard<std::mutex> lock(mutex_);
+  return std::exchange(resends_, {});
 }

@@ -6,10 +6,12 @@
 #include <cstdint>
 #include <mutex>
 #include <span>
+#include <vector>
 
 #include "base/tsSocketAddress.h"
 #include "tcGevRegisters.h"
 #include "tsGevCameraOptions.h"
+#include "tsResendRequest.h"
 #include "tsStreamSettings.h"
 
 class tcGevCamera {
@@ -40,6 +42,8 @@ class tcGevCamera {
   void EndAcquisition();
   // The stream channel's source port, once its socket is bound.
   void SetSourcePort(uint16_t port);
+  // The packet resend commands received since the last call, in order.
+  std::vector<tsResendRequest> TakeResendRequests();
 
  private:
   struct tsCommand;
@@ -50,6 +54,7 @@ class tcGevCamera {
   size_t WriteRegisters(const tsCommand& command, std::span<std::byte> reply);
   size_t ReadMemory(const tsCommand& command, std::span<std::byte> reply);
   size_t WriteMemory(const tsCommand& command, std::span<std::byte> reply);
+  void QueueResend(const tsCommand& command);
   uint16_t CheckRead(const tsCommand& command) const;
   uint16_t CheckWrite(const tsCommand& command, uint32_t address) const;
   uint16_t WritePrivilege(const tsCommand& command, uint32_t value);
@@ -63,4 +68,5 @@ class tcGevCamera {
   tcGevRegisters registers_;
   tsSocketAddress owner_;
   uint64_t ownerSeenNs_ = 0;
+  std::vector<tsResendRequest> resends_;
 };

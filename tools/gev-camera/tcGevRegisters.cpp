@@ -82,9 +82,10 @@ tcGevRegisters::tcGevRegisters(const tsGevCameraOptions& options)
   Set(0x0904, 1);      // one stream channel
   bool extended = options.versionMajor >= 2 && options.extendedIds;
   Set(kGvspCapability, 0x80000000u | (extended ? 0x40000000u : 0));
-  // User-defined name, serial number, WRITEMEM, and the manifest when asked for. Packet
-  // resend is not offered: the stream keeps no frames to resend from.
-  Set(kGvcpCapability, 0xC0000002u | (options.manifest ? 0x04000000u : 0));
+  // User-defined name, serial number, WRITEMEM; packet resend with the extended status codes
+  // it needs, and the manifest, when asked for.
+  Set(kGvcpCapability,
+      0xC0000002u | (options.manifest ? 0x04000000u : 0) | (options.resend ? 0x00400004u : 0));
   Set(kHeartbeatTimeout, 3000);
   Set(kTickFrequencyLow, 1000000000);
   Set(kPacketSize, 0x40000000u | 1500);  // do not fragment, 1500 bytes

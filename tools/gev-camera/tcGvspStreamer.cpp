@@ -19,6 +19,7 @@ constexpr uint8_t kTrailer = 2;
 constexpr uint8_t kPayload = 3;
 constexpr uint16_t kImage = 1;
 constexpr int kIdleMs = 100;
+constexpr uint16_t kResent = 0x0100;
 
 void PacketHeader(tcWireWriter& writer, bool extended, uint8_t format, uint64_t blockId64,
                   uint16_t blockId16, uint32_t packetId) {
@@ -59,6 +60,9 @@ void tcGvspStreamer::Run(const std::atomic<bool>& stop) {
     // Bound as soon as the camera has an address, so its source port can be read.
     bool ready = settings.source != 0 && Prepare(settings);
     if (camera_.TakeTestPacket() && ready) SendTestPacket(settings);
+    for (const tsResendRequest& request : camera_.TakeResendRequests()) {
+      if (ready) Resend(request);
+    }
     uint64_t now = platform::MonotonicNs();
     int waitMs = kIdleMs;
     if (settings.acquiring && settings.port != 0 && settings.destination != 0) {
@@ -106,21 +110,25 @@ void tcGvspStreamer::SendFrame(const tsStreamSettings& settings) {
   ++frameCount_;
   blockId_ = blockId_ == 0xFFFF ? 1 : blockId_ + 1;
   size_t count = BuildFrame(settings, settings.packetSize - kIpUdpHeaders - header);
-  Send(count);
+  Send(std::span<const tsDatagram>(kept_[frameCount_ % kKeptFrames].datagrams).first(count));
 }
 
 size_t tcGvspStreamer::BuildFrame(const tsStreamSettings& s, size_t dataPerPacket) {
   size_t header = s.extendedIds ? kExtendedHeader : kStandardHeader;
   size_t dataPackets = (s.payloadSize + dataPerPacket - 1) / dataPerPacket;
   size_t count = dataPackets + 2;
-  storage_.resize(count * (header + std::max(dataPerPacket, kLeaderData)));
-  datagrams_.resize(count);
-  std::byte* at = storage_.data();
+  tsKeptFrame& frame = kept_[frameCount_ % kKeptFrames];
+  frame.blockId64 = frameCount_;
+  frame.blockId16 = blockId_;
+  frame.extendedIds = s.extendedIds;
+  frame.storage.resize(count * (header + std::max(dataPerPacket, kLeaderData)));
+  frame.datagrams.resize(count);
+  std::byte* at = frame.storage.data();
   tsSocketAddress to{s.destination, s.port};
   auto add = [&](size_t index, size_t length) {
-    datagrams_[index] = {std::span<std::byte>(at, length), 0, to};
+    frame.datagrams[index] = {std::span<std::byte>(at, length), 0, to};
     at += length;
-    return tcWireWriter(datagrams_[index].buffer);
+    return tcWireWriter(frame.datagrams[index].buffer);
   };
   uint64_t ticks = platform::MonotonicNs();  // 1 GHz time stamp
   tcWireWriter leader = add(0, header + kLeaderData);
@@ -148,11 +156,30 @@ size_t tcGvspStreamer::BuildFrame(const tsStreamSettings& s, size_t dataPerPacke
   return count;
 }
 
-void tcGvspStreamer::Send(size_t count) {
-  std::span<const tsDatagram> pending(datagrams_.data(), count);
+void tcGvspStreamer::Send(std::span<const tsDatagram> datagrams) {
+  std::span<const tsDatagram> pending = datagrams;
   while (!pending.empty()) {
     tsIoResult sent = socket_.SendBatch(pending);
     if (!sent.Ok()) return;  // the destination vanished or refuses: drop the frame
     pending = pending.subspan(sent.count);
+  }
+}
+
+void tcGvspStreamer::Resend(const tsResendRequest& request) {
+  for (tsKeptFrame& frame : kept_) {
+    bool same = frame.extendedIds == request.extendedIds &&
+                (request.extendedIds ? frame.blockId64 == request.blockId
+                                     : frame.blockId16 == request.blockId);
+    if (!same || frame.datagrams.size() < 2 || request.firstPacket > request.lastPacket) continue;
+    // Leader and payload packets; the trailer (the last) is not resent.
+    size_t end = std::min<size_t>(request.lastPacket, frame.datagrams.size() - 2) + 1;
+    for (size_t id = request.firstPacket; id < end; ++id) {
+      tsDatagram& packet = frame.datagrams[id];
+      tcWireWriter status(packet.buffer.first(2));
+      status.U16Be(kResent);
+      Send(std::span<const tsDatagram>(&packet, 1));
+      tcWireWriter(packet.buffer.first(2)).U16Be(0);
+    }
+    return;
   }
 }

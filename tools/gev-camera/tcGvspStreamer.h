@@ -2,6 +2,7 @@
 // and test packets on request.
 #pragma once
 
+#include <array>
 #include <atomic>
 #include <cstdint>
 #include <string>
@@ -11,13 +12,15 @@
 #include "base/tcThread.h"
 #include "base/tcUdpSocket.h"
 #include "tcGevCamera.h"
+#include "tsResendRequest.h"
 #include "tsStreamSettings.h"
 
-// Frames go to SCDA0:SCP0 at the frame rate, only while acquisition is started and the port is
-// not 0 (a port written during packet-size negotiation alone sends nothing). Packets leave
-// from the camera's address with the do-not-fragment bit, so a packet above the path MTU does
-// not arrive. Byte i of frame n's payload is (i + n) modulo 256, n counting frames from 1, so a
-// receiver can check every byte.
+// The last frames are kept, so packets named by a resend command go again, with status
+// 0x0100 (the trailer is never resent). Frames go to SCDA0:SCP0 at the frame rate, only while
+// acquisition is started and the port is not 0 (a port written during packet-size negotiation alone
+// sends nothing). Packets leave from the camera's address with the do-not-fragment bit, so a packet
+// above the path MTU does not arrive. Byte i of frame n's payload is (i + n) modulo 256, n counting
+// frames from 1, so a receiver can check every byte.
 class tcGvspStreamer {
  public:
   explicit tcGvspStreamer(tcGevCamera& camera) : camera_(camera) {}
@@ -37,15 +40,25 @@ class tcGvspStreamer {
   void SendTestPacket(const tsStreamSettings& settings);
   void SendFrame(const tsStreamSettings& settings);
   size_t BuildFrame(const tsStreamSettings& settings, size_t dataPerPacket);
-  void Send(size_t count);
+  void Send(std::span<const tsDatagram> datagrams);
+  void Resend(const tsResendRequest& request);
+
+  // A frame as sent, kept for resend requests.
+  struct tsKeptFrame {
+    uint64_t blockId64 = 0;
+    uint16_t blockId16 = 0;
+    bool extendedIds = false;
+    std::vector<std::byte> storage;
+    std::vector<tsDatagram> datagrams;  // leader, payload packets, trailer, into storage
+  };
+  static constexpr size_t kKeptFrames = 4;
 
   tcGevCamera& camera_;
   tcUdpSocket socket_;
   uint32_t boundSource_ = 0;
   tcEventFd wake_;
-  uint64_t frameCount_ = 0;  // frames sent; the 64-bit block id of the last one
-  uint16_t blockId_ = 0;     // the 16-bit block id of the last frame (1 to 65535)
-  std::vector<std::byte> storage_;
-  std::vector<tsDatagram> datagrams_;
-  tcThread thread_;  // last: stopped first
+  uint64_t frameCount_ = 0;                    // frames sent; the 64-bit block id of the last one
+  uint16_t blockId_ = 0;                       // the 16-bit block id of the last frame (1 to 65535)
+  std::array<tsKeptFrame, kKeptFrames> kept_;  // frame n is at n modulo kKeptFrames
+  tcThread thread_;                            // last: stopped first
 };

@@ -15,6 +15,7 @@ struct tsGevCameraOptions {
   uint16_t versionMajor = 2;
   uint16_t versionMinor = 0;
   bool manifest = false;    // a manifest table at 0x9000
+  bool resend = true;       // PACKETRESEND offered and served
   bool extendedIds = true;  // 64-bit block ids offered in gvsp_capability
   bool silent = false;      // no answer to discovery
   uint32_t width = 640;
