@@ -433,6 +433,66 @@ TEST_F(GevStream, WithoutResendNothingIsOfferedOrResent) {
   EXPECT_TRUE(Resent(400).empty());
 }
 
+// Faults on the wire: the packet ids of frame 1 as they arrive, up to its trailer, from a
+// camera started with `arguments` on a link of its own.
+class GevFaults : public GevBench {
+ protected:
+  std::vector<uint32_t> FirstFrame(const std::vector<std::string>& arguments) {
+    std::vector<uint32_t> ids;
+    tsBenchLink link;
+    tcUdpSocket stream;
+    tsSocketAddress streamAddress;
+    if (!StartCamera(arguments, &link) || stream.Open() != 0 ||
+        stream.Bind({link.hostAddress, 0}) != 0 || stream.LocalAddress(&streamAddress) != 0 ||
+        !WaitForCamera(*clients_.back(), link.cameraAddress)) {
+      ADD_FAILURE() << "no camera";
+      return ids;
+    }
+    tsSocketAddress camera{link.cameraAddress, kGvcpPort};
+    uint16_t id = 100;
+    for (auto [address, value] :
+         std::vector<std::pair<uint32_t, uint32_t>>{{0x0A00, 2},
+                                                    {0x10000, 256},
+                                                    {0x10004, 16},
+                                                    {0x0D04, 0x40000000u | 1000},
+                                                    {0x0D18, link.hostAddress},
+                                                    {0x0D00, streamAddress.port},
+                                                    {0x1001C, 1}}) {
+      EXPECT_EQ(
+          Exchange(*clients_.back(), Command(0x0082, ++id, {address, value}), camera, 1000).status,
+          0);
+    }
+    tcPoll poll;
+    poll.Add(stream.Fd());
+    std::array<std::byte, 1500> buffer;
+    while (poll.Wait(1000).Ok() && poll.Readable(0)) {
+      tsIoResult received = stream.ReceiveFrom(buffer, nullptr);
+      if (!received.Ok()) break;
+      tcWireReader reader{std::span<const std::byte>(buffer).first(received.count)};
+      reader.Skip(2);
+      uint16_t block = reader.U16Be();
+      uint32_t word = reader.U32Be();
+      if (block != 1) break;
+      ids.push_back(word & 0xFFFFFF);
+      if ((word >> 24 & 0x0F) == 2) break;  // the trailer
+    }
+    return ids;
+  }
+};
+
+TEST_F(GevFaults, DropsTheChosenPacketOfEveryFrame) {
+  EXPECT_EQ(FirstFrame({"--drop-packet", "2"}), (std::vector<uint32_t>{0, 1, 3, 4, 5, 6}));
+}
+
+TEST_F(GevFaults, SameSeedSameFaultsOnTheWire) {
+  std::vector<std::string> arguments = {"--seed",       "7",   "--loss",    "0.4",
+                                        "--duplicates", "0.2", "--reorder", "3"};
+  std::vector<uint32_t> first = FirstFrame(arguments);
+  ASSERT_FALSE(first.empty());
+  EXPECT_NE(first, (std::vector<uint32_t>{0, 1, 2, 3, 4, 5, 6}));
+  EXPECT_EQ(FirstFrame(arguments), first);
+}
+
 // The bench never starts where a real adapter is reachable.
 TEST(GevBenchSafety, RefusesANamespaceWithARealAdapter) {
   ENTER_PRIVATE_NETWORK_OR_SKIP();

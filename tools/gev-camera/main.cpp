@@ -27,6 +27,13 @@ const char kUsage[] =
     "  --manifest         offer a manifest table\n"
     "  --no-resend        do not offer or serve packet resend\n"
     "  --no-extended-ids  do not offer 64-bit block ids\n"
+    "  --seed N           seed of the injected faults (1)\n"
+    "  --loss R           share of payload packets lost on first transmission (0)\n"
+    "  --marker-loss R    share of leaders and trailers lost (0)\n"
+    "  --resent-loss R    share of resent packets lost (0)\n"
+    "  --duplicates R     share of packets sent twice (0)\n"
+    "  --reorder N        shuffle packets within windows of N (0)\n"
+    "  --drop-packet ID   drop this packet id from every frame\n"
     "  --silent           never answer discovery\n"
     "  --port N           control port (3956)\n";
 
@@ -61,6 +68,20 @@ bool ParseOptions(int argc, char** argv, tsGevCameraOptions* options, int* port)
       options->width = static_cast<uint32_t>(std::strtoul(argv[++i], nullptr, 10));
     } else if (option == "--height") {
       options->height = static_cast<uint32_t>(std::strtoul(argv[++i], nullptr, 10));
+    } else if (option == "--seed") {
+      options->faults.seed = std::strtoull(argv[++i], nullptr, 10);
+    } else if (option == "--loss") {
+      options->faults.dataLoss = std::atof(argv[++i]);
+    } else if (option == "--marker-loss") {
+      options->faults.markerLoss = std::atof(argv[++i]);
+    } else if (option == "--resent-loss") {
+      options->faults.resentLoss = std::atof(argv[++i]);
+    } else if (option == "--duplicates") {
+      options->faults.duplicates = std::atof(argv[++i]);
+    } else if (option == "--reorder") {
+      options->faults.reorderWindow = static_cast<uint32_t>(std::strtoul(argv[++i], nullptr, 10));
+    } else if (option == "--drop-packet") {
+      options->faults.dropPacketId = std::strtoll(argv[++i], nullptr, 10);
     } else if (option == "--port") {
       *port = std::atoi(argv[++i]);
     } else {
@@ -86,7 +107,7 @@ int main(int argc, char** argv) {
   sigaddset(&signals, SIGTERM);
   pthread_sigmask(SIG_BLOCK, &signals, nullptr);
   tcGevCamera camera(options);
-  tcGvspStreamer streamer(camera);
+  tcGvspStreamer streamer(camera, options.faults);
   tcGvcpServer server(camera, [&streamer] { streamer.Wake(); });
   std::string error = streamer.Start();
   if (error.empty()) error = server.Start(static_cast<uint16_t>(port));

@@ -110,7 +110,8 @@ void tcGvspStreamer::SendFrame(const tsStreamSettings& settings) {
   ++frameCount_;
   blockId_ = blockId_ == 0xFFFF ? 1 : blockId_ + 1;
   size_t count = BuildFrame(settings, settings.packetSize - kIpUdpHeaders - header);
-  Send(std::span<const tsDatagram>(kept_[frameCount_ % kKeptFrames].datagrams).first(count));
+  std::span<const tsDatagram> frame(kept_[frameCount_ % kKeptFrames].datagrams.data(), count);
+  Send(faults_.Frame(frame));
 }
 
 size_t tcGvspStreamer::BuildFrame(const tsStreamSettings& s, size_t dataPerPacket) {
@@ -177,7 +178,7 @@ void tcGvspStreamer::Resend(const tsResendRequest& request) {
       tsDatagram& packet = frame.datagrams[id];
       tcWireWriter status(packet.buffer.first(2));
       status.U16Be(kResent);
-      Send(std::span<const tsDatagram>(&packet, 1));
+      if (faults_.KeepResent()) Send(std::span<const tsDatagram>(&packet, 1));
       tcWireWriter(packet.buffer.first(2)).U16Be(0);
     }
     return;

@@ -11,6 +11,7 @@
 #include "base/tcEventFd.h"
 #include "base/tcThread.h"
 #include "base/tcUdpSocket.h"
+#include "tcFaultInjector.h"
 #include "tcGevCamera.h"
 #include "tsResendRequest.h"
 #include "tsStreamSettings.h"
@@ -23,7 +24,8 @@
 // frames from 1, so a receiver can check every byte.
 class tcGvspStreamer {
  public:
-  explicit tcGvspStreamer(tcGevCamera& camera) : camera_(camera) {}
+  tcGvspStreamer(tcGevCamera& camera, const tsFaultOptions& faults)
+      : camera_(camera), faults_(faults) {}
   ~tcGvspStreamer() { Stop(); }
   tcGvspStreamer(const tcGvspStreamer&) = delete;
   tcGvspStreamer& operator=(const tcGvspStreamer&) = delete;
@@ -54,6 +56,7 @@ class tcGvspStreamer {
   static constexpr size_t kKeptFrames = 4;
 
   tcGevCamera& camera_;
+  tcFaultInjector faults_;
   tcUdpSocket socket_;
   uint32_t boundSource_ = 0;
   tcEventFd wake_;

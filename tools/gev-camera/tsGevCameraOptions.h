@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <string>
 
+#include "tsFaultOptions.h"
+
 struct tsGevCameraOptions {
   std::string vendor = "GenTL Project";
   std::string model = "GEV-Emulator";
@@ -18,6 +20,7 @@ struct tsGevCameraOptions {
   bool resend = true;       // PACKETRESEND offered and served
   bool extendedIds = true;  // 64-bit block ids offered in gvsp_capability
   bool silent = false;      // no answer to discovery
+  tsFaultOptions faults;
   uint32_t width = 640;
   uint32_t height = 480;
 };
