@@ -560,4 +560,24 @@ TEST_F(GevBench, AravisStreamsFromTheCameraWithoutFailures) {
   EXPECT_GE(std::stoi(report.substr(completed + 25)), 20) << report;  // 10 frames per second
 }
 
+// With 2 % of the payload packets lost, Aravis asks for them again and completes every frame.
+TEST_F(GevBench, AravisRecoversEveryFrameThroughResend) {
+  if (access("/usr/bin/arv-camera-test-0.8", X_OK) != 0) {
+    GTEST_SKIP() << "arv-camera-test-0.8 (Debian package aravis-tools) is not installed";
+  }
+  tsBenchLink link;
+  ASSERT_TRUE(StartCamera({"--loss", "0.02", "--seed", "5"}, &link));
+  ASSERT_TRUE(WaitForCamera(*clients_[0], link.cameraAddress));
+  std::string address = tsSocketAddress::Text(link.cameraAddress);
+  std::string report =
+      Output("timeout -s INT 3 stdbuf -oL arv-camera-test-0.8 -n " + address + " 2>&1");
+  EXPECT_NE(report.find("n_failures             = 0\n"), std::string::npos) << report;
+  size_t completed = report.find("n_completed_buffers    = ");
+  ASSERT_NE(completed, std::string::npos) << report;
+  EXPECT_GE(std::stoi(report.substr(completed + 25)), 20) << report;
+  size_t resent = report.find("n_resent_packets       = ");
+  ASSERT_NE(resent, std::string::npos) << report;
+  EXPECT_GT(std::stoi(report.substr(resent + 25)), 0) << report;
+}
+
 }  // namespace

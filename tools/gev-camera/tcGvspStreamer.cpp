@@ -37,6 +37,12 @@ void PacketHeader(tcWireWriter& writer, bool extended, uint8_t format, uint64_t 
 
 }  // namespace
 
+tcGvspStreamer::tcGvspStreamer(tcGevCamera& camera, const tsFaultOptions& faults)
+    : camera_(camera), faults_(faults), ramp_(256 + 0x10000) {
+  for (size_t i = 0; i < ramp_.size(); ++i)
+    ramp_[i] = std::byte(i % 256);
+}
+
 std::string tcGvspStreamer::Start() {
   int error = wake_.Open();
   if (!error) {
@@ -146,8 +152,8 @@ size_t tcGvspStreamer::BuildFrame(const tsStreamSettings& s, size_t dataPerPacke
     size_t length = std::min(dataPerPacket, s.payloadSize - offset);
     tcWireWriter data = add(p + 1, header + length);
     PacketHeader(data, s.extendedIds, kPayload, frameCount_, blockId_, uint32_t(p + 1));
-    for (size_t i = 0; i < length; ++i)
-      data.U8(static_cast<uint8_t>(offset + i + frameCount_));
+    // Byte i is (i + frame) modulo 256: a slice of the repeating ramp.
+    data.Bytes(std::span(ramp_).subspan((offset + frameCount_) % 256, length));
   }
   tcWireWriter trailer = add(count - 1, header + kTrailerData);
   PacketHeader(trailer, s.extendedIds, kTrailer, frameCount_, blockId_, uint32_t(count - 1));

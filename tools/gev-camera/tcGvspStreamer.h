@@ -24,8 +24,7 @@
 // frames from 1, so a receiver can check every byte.
 class tcGvspStreamer {
  public:
-  tcGvspStreamer(tcGevCamera& camera, const tsFaultOptions& faults)
-      : camera_(camera), faults_(faults) {}
+  tcGvspStreamer(tcGevCamera& camera, const tsFaultOptions& faults);
   ~tcGvspStreamer() { Stop(); }
   tcGvspStreamer(const tcGvspStreamer&) = delete;
   tcGvspStreamer& operator=(const tcGvspStreamer&) = delete;
@@ -62,6 +61,7 @@ class tcGvspStreamer {
   tcEventFd wake_;
   uint64_t frameCount_ = 0;                    // frames sent; the 64-bit block id of the last one
   uint16_t blockId_ = 0;                       // the 16-bit block id of the last frame (1 to 65535)
+  std::vector<std::byte> ramp_;                // 0, 1, ..., 255, 0, 1, ... over more than a packet
   std::array<tsKeptFrame, kKeptFrames> kept_;  // frame n is at n modulo kKeptFrames
   tcThread thread_;                            // last: stopped first
 };
