@@ -26,6 +26,7 @@ uint64_t WallClockNs() {
 
 #include <cctype>
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
 
 namespace platform {
@@ -48,6 +49,16 @@ std::string FileUrlFromPath(const std::string& absolutePath, size_t limit) {
     }
   }
   return url.size() + 1 <= limit ? url : std::string();
+}
+
+}  // namespace platform
+
+namespace platform {
+
+std::string ErrorText(int error) {
+  char buffer[256];
+  // GNU strerror_r returns the text, which may or may not be in `buffer`.
+  return strerror_r(error, buffer, sizeof buffer);
 }
 
 }  // namespace platform

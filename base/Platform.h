@@ -1,5 +1,5 @@
-// Operating-system services behind one small interface: clocks now; paths, sockets and
-// adapters join as the code that needs them arrives.
+// Operating-system services behind one small interface: clocks, paths and error texts; the
+// descriptor, socket, thread, poll and adapter owners have their own files in base/.
 #pragma once
 
 #include <cstdint>
@@ -24,5 +24,12 @@ std::string AbsolutePath(const std::string& path);
 // A "file:///" URL of an absolute path, every byte outside the unreserved characters and "/"
 // percent-encoded; empty when the URL would not fit `limit` bytes with its terminating zero.
 std::string FileUrlFromPath(const std::string& absolutePath, size_t limit);
+
+}  // namespace platform
+
+namespace platform {
+
+// The system's text for an errno value ("Bad file descriptor"); safe from any thread.
+std::string ErrorText(int error);
 
 }  // namespace platform
