@@ -3,6 +3,9 @@
 
 #include <algorithm>
 #include <chrono>
+#include <future>
+#include <memory>
+#include <system_error>
 
 #include "base/Platform.h"
 
@@ -22,47 +25,35 @@ void tcAcquisitionThread::SetWake(std::function<void()> wake) {
 }
 
 void tcAcquisitionThread::Start(std::function<void()> body) {
-  tcMutexLock lock(mutex_);
-  stop_.store(false, std::memory_order_release);
-  bool started = false;
-  std::condition_variable_any running;
-  thread_ = std::thread([&, body = std::move(body)] {
-    {
-      // Notified under the lock: Start cannot return (and `running` cannot go) before this
-      // block has ended.
-      tcMutexLock handshake(mutex_);
-      id_.store(std::this_thread::get_id());
-      started = true;
-      running.notify_one();
-    }
-    body();
-  });
-  while (!started)
-    running.wait(lock);
+  // The promise lives in the thread's body, so setting it never races with its destruction.
+  auto running = std::make_shared<std::promise<void>>();
+  std::future<void> started = running->get_future();
+  int result = thread_.Start(
+      [running, body = std::move(body)](const std::atomic<bool>&) {
+        running->set_value();
+        body();
+      },
+      [this] { Wake(); });
+  if (result != 0) throw std::system_error(result, std::generic_category(), "acquisition thread");
+  started.wait();
 }
 
 bool tcAcquisitionThread::Stop() {
-  tcMutexLock lock(mutex_);
-  if (!thread_.joinable()) return false;
-  stop_.store(true, std::memory_order_release);
-  std::function<void()> wake = wake_;
-  stopped_.notify_all();
-  if (OnAcquisitionThread()) return false;
-  std::thread thread = std::move(thread_);
-  lock.unlock();
-  if (wake) wake();
-  thread.join();
-  id_.store(std::thread::id());
+  if (!thread_.Joinable()) return false;
+  thread_.RequestStop();
+  if (thread_.IsCurrent()) return false;
+  thread_.Join();
   return true;
 }
 
-bool tcAcquisitionThread::Running() const {
-  tcMutexLock lock(mutex_);
-  return thread_.joinable();
-}
-
-bool tcAcquisitionThread::OnAcquisitionThread() const {
-  return id_.load() == std::this_thread::get_id();
+void tcAcquisitionThread::Wake() {
+  std::function<void()> wake;
+  {
+    tcMutexLock lock(mutex_);
+    wake = wake_;
+    stopped_.notify_all();
+  }
+  if (wake) wake();
 }
 
 bool tcAcquisitionThread::SleepUntil(uint64_t deadlineNs) {
