@@ -34,6 +34,18 @@ union tuPacketInfoControl {
   char bytes[CMSG_SPACE(sizeof(in_pktinfo))];
 };
 
+// A one-buffer message to or from `address` with room for an IP_PKTINFO control record.
+msghdr PacketInfoMessage(sockaddr_in* address, iovec* vector, tuPacketInfoControl* control) {
+  msghdr message{};
+  message.msg_name = address;
+  message.msg_namelen = sizeof *address;
+  message.msg_iov = vector;
+  message.msg_iovlen = 1;
+  message.msg_control = control->bytes;
+  message.msg_controllen = sizeof control->bytes;
+  return message;
+}
+
 }  // namespace
 
 int tcUdpSocket::Open() {
@@ -102,13 +114,7 @@ tsIoResult tcUdpSocket::SendFrom(std::span<const std::byte> bytes, const tsSocke
   sockaddr_in in = ToSockaddr(to);
   iovec vector{const_cast<std::byte*>(bytes.data()), bytes.size()};
   tuPacketInfoControl control{};
-  msghdr message{};
-  message.msg_name = &in;
-  message.msg_namelen = sizeof in;
-  message.msg_iov = &vector;
-  message.msg_iovlen = 1;
-  message.msg_control = control.bytes;
-  message.msg_controllen = sizeof control.bytes;
+  msghdr message = PacketInfoMessage(&in, &vector, &control);
   cmsghdr* header = CMSG_FIRSTHDR(&message);
   header->cmsg_level = IPPROTO_IP;
   header->cmsg_type = IP_PKTINFO;
@@ -135,13 +141,7 @@ tsIoResult tcUdpSocket::ReceiveWithDestination(std::span<std::byte> buffer, tsSo
   sockaddr_in in{};
   iovec vector{buffer.data(), buffer.size()};
   tuPacketInfoControl control{};
-  msghdr message{};
-  message.msg_name = &in;
-  message.msg_namelen = sizeof in;
-  message.msg_iov = &vector;
-  message.msg_iovlen = 1;
-  message.msg_control = control.bytes;
-  message.msg_controllen = sizeof control.bytes;
+  msghdr message = PacketInfoMessage(&in, &vector, &control);
   tsIoResult result = FromCount(recvmsg(Fd(), &message, MSG_DONTWAIT));
   if (!result.Ok()) return result;
   if (from) *from = FromSockaddr(in);

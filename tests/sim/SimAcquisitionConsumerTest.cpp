@@ -17,14 +17,10 @@ using Clock = std::chrono::steady_clock;
 
 namespace {
 
-class SimAcquisition : public SimConsumerTest {
+class SimAcquisition : public SimStreamConsumerTest {
  protected:
   void SetUp() override {
-    SimConsumerTest::SetUp();
-    device_ = OpenDevice();
-    port_ = RemotePort(device_);
-    stream_ = OpenStream(device_);
-    event_ = RegisterEvent(stream_);
+    SimStreamConsumerTest::SetUp();
     payload_ = StreamInfo<size_t>(stream_, STREAM_INFO_PAYLOAD_SIZE);
   }
 
@@ -38,10 +34,6 @@ class SimAcquisition : public SimConsumerTest {
     return !Grabbing();
   }
 
-  void* device_ = nullptr;
-  void* port_ = nullptr;
-  void* stream_ = nullptr;
-  void* event_ = nullptr;
   size_t payload_ = 0;
 };
 

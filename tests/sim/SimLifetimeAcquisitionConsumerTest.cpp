@@ -11,16 +11,8 @@ using namespace GenTL;
 
 namespace {
 
-class SimLifetime : public SimConsumerTest {
+class SimLifetime : public SimStreamConsumerTest {
  protected:
-  void SetUp() override {
-    SimConsumerTest::SetUp();
-    device_ = OpenDevice();
-    port_ = RemotePort(device_);
-    stream_ = OpenStream(device_);
-    event_ = RegisterEvent(stream_);
-  }
-
   // Runs `first` and `second` on two threads released at the same moment.
   template <typename First, typename Second>
   static void RunTogether(First&& first, Second&& second) {
@@ -56,11 +48,6 @@ class SimLifetime : public SimConsumerTest {
     while (!flag.load())
       std::this_thread::yield();
   }
-
-  void* device_ = nullptr;
-  void* port_ = nullptr;
-  void* stream_ = nullptr;
-  void* event_ = nullptr;
 };
 
 TEST_F(SimLifetime, TwoConcurrentStartsStartOnceAndTwoConcurrentStopsBothSucceed) {

@@ -101,3 +101,20 @@ class SimConsumerTest : public SystemConsumerTest {
 
   void* interface_ = nullptr;
 };
+
+// The simulated camera opened, with its remote port, its stream and the stream's event.
+class SimStreamConsumerTest : public SimConsumerTest {
+ protected:
+  void SetUp() override {
+    SimConsumerTest::SetUp();
+    device_ = OpenDevice();
+    port_ = RemotePort(device_);
+    stream_ = OpenStream(device_);
+    event_ = RegisterEvent(stream_);
+  }
+
+  void* device_ = nullptr;
+  void* port_ = nullptr;
+  void* stream_ = nullptr;
+  void* event_ = nullptr;
+};
