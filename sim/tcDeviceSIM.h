@@ -114,6 +114,9 @@ class tcDeviceSIM : public tcDevice {
   GenTL::GC_ERROR Apply(tsRegAccess& record, const std::vector<uint8_t>& bytes);
   GenTL::GC_ERROR ApplyRegion(Role role, uint32_t value);
   void ClampRegions();
+  // What a stored register's new value changes beyond its bytes (the sensor size clamps the
+  // regions).
+  void Stored(const tsRegAccess& record);
   uint32_t RegionValue(Role role) const;
 
   std::string xmlPath_;

@@ -266,11 +266,15 @@ void tcDeviceSIM::ClampRegions() {
   }
 }
 
+void tcDeviceSIM::Stored(const tsRegAccess& record) {
+  if (record.name == "SensorWidth" || record.name == "SensorHeight") ClampRegions();
+}
+
 GC_ERROR tcDeviceSIM::Apply(tsRegAccess& record, const std::vector<uint8_t>& bytes) {
   switch (record.role) {
     case Role::kStored:
       record.data = bytes;
-      if (record.name == "SensorWidth" || record.name == "SensorHeight") ClampRegions();
+      Stored(record);
       return GC_ERR_SUCCESS;
     case Role::kPayloadSize:
     case Role::kDebugBuffer:
@@ -307,6 +311,7 @@ GC_ERROR tcDeviceSIM::WriteRegisters(uint64_t address, const void* buffer, size_
   if (size > record->length - offset) return GC_ERR_INVALID_ADDRESS;
   if (record->role == Role::kStored) {
     memcpy(record->data.data() + offset, buffer, size);
+    Stored(*record);
     return GC_ERR_SUCCESS;
   }
   std::vector<uint8_t> bytes = CurrentBytes(*record);
