@@ -1,12 +1,14 @@
-// HandleRegistry: an ordered map under its own mutex, with pin counts per object. A thread's
-// own pins are remembered so that an owner that destroys an object from inside a call on it
-// does not wait for itself.
+// HandleRegistry: an ordered map under its own mutex, with the pins of each object and the
+// threads holding them, so that an owner that destroys an object from inside a call on it does
+// not wait for itself. (No thread_local: dynamic TLS of a library loaded with dlopen trips
+// LeakSanitizer's thread scan.)
 #include "base/HandleRegistry.h"
 
 #include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <map>
+#include <thread>
 #include <vector>
 
 #include "base/tcHandlePin.h"
@@ -16,7 +18,7 @@ namespace {
 
 struct tsEntry {
   HandleKind kind;
-  uint32_t pins = 0;
+  std::vector<std::thread::id> pinnedBy;  // one element per pin
   bool leaving = false;
 };
 
@@ -31,15 +33,14 @@ tsRegistry& Registry() {
   return registry;
 }
 
-// The objects this thread holds pins on, one element per pin.
-thread_local std::vector<uintptr_t> tPinned;
-
 uintptr_t Key(const void* object) {
   return reinterpret_cast<uintptr_t>(object);
 }
 
-uint32_t OwnPins(uintptr_t key) {
-  return static_cast<uint32_t>(std::count(tPinned.begin(), tPinned.end(), key));
+// Pins held by threads other than the caller.
+bool PinnedByOthers(const tsEntry& entry) {
+  return std::any_of(entry.pinnedBy.begin(), entry.pinnedBy.end(),
+                     [](std::thread::id id) { return id != std::this_thread::get_id(); });
 }
 
 }  // namespace
@@ -59,8 +60,7 @@ void HandleRegistry::Leave(const void* object, const std::function<void()>& wake
   auto it = registry.entries.find(key);
   if (it == registry.entries.end()) return;
   it->second.leaving = true;
-  uint32_t own = OwnPins(key);
-  while (it->second.pins > own) {
+  while (PinnedByOthers(it->second)) {
     if (wake) {
       lock.unlock();
       wake();
@@ -85,8 +85,7 @@ tcHandlePin HandleRegistry::Pin(const void* object) {
   tcMutexLock lock(registry.mutex);
   auto it = registry.entries.find(Key(object));
   if (object == nullptr || it == registry.entries.end() || it->second.leaving) return {};
-  ++it->second.pins;
-  tPinned.push_back(Key(object));
+  it->second.pinnedBy.push_back(std::this_thread::get_id());
   return tcHandlePin(object, it->second.kind);
 }
 
@@ -96,9 +95,11 @@ void HandleRegistry::Unpin(const void* object) {
   {
     tcMutexLock lock(registry.mutex);
     auto it = registry.entries.find(key);
-    if (it != registry.entries.end()) --it->second.pins;
-    auto mine = std::find(tPinned.begin(), tPinned.end(), key);
-    if (mine != tPinned.end()) tPinned.erase(mine);
+    if (it != registry.entries.end()) {
+      std::vector<std::thread::id>& pinnedBy = it->second.pinnedBy;
+      auto mine = std::find(pinnedBy.begin(), pinnedBy.end(), std::this_thread::get_id());
+      if (mine != pinnedBy.end()) pinnedBy.erase(mine);
+    }
   }
   Registry().unpinned.notify_all();
 }

@@ -20,10 +20,9 @@ std::span<std::byte> tcWireWriter::Take(size_t count) {
 
 template <size_t N>
 std::span<std::byte, N> tcWireWriter::TakeFixed() {
-  // A failed write goes to scratch space that nobody reads.
-  thread_local std::array<std::byte, N> scratch;
+  static_assert(N <= sizeof scratch_);
   std::span<std::byte> taken = Take(N);
-  return taken.empty() ? std::span<std::byte, N>(scratch)
+  return taken.empty() ? std::span<std::byte, N>(scratch_.data(), N)
                        : std::span<std::byte, N>(taken.data(), N);
 }
 

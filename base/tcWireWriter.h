@@ -1,6 +1,7 @@
 // Bounds-checked writer of packet bytes into a fixed buffer; its failure flag stays set.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -38,4 +39,5 @@ class tcWireWriter {
   std::span<std::byte> buffer_;
   size_t position_ = 0;  // never above buffer_.size()
   bool failed_ = false;
+  std::array<std::byte, 8> scratch_{};  // where a failed fixed-size write goes, unread
 };

@@ -17,6 +17,9 @@ constexpr uint64_t kLongestSleepNs = 864000000000000ULL;  // one sleep is capped
 
 tcAcquisitionThread::~tcAcquisitionThread() {
   Stop();
+  // The thread owner's own destruction requests a stop again: the hook must not reach an owner
+  // of the wake hook that may be gone by then.
+  SetWake({});
 }
 
 void tcAcquisitionThread::SetWake(std::function<void()> wake) {

@@ -48,6 +48,10 @@ tcDataStream::tcDataStream(std::string id, std::string tlType, tcDevice* parent,
 }
 
 tcDataStream::~tcDataStream() {
+  // The transport has stopped its thread already; the wake hook uses this stream's lock, which
+  // goes before the thread owner does.
+  acquisition_.Stop();
+  acquisition_.SetWake({});
   FlushQueue(ACQ_QUEUE_ALL_DISCARD);
   DestroyEvent();
   DestroyBuffers();
