@@ -46,6 +46,25 @@ msghdr PacketInfoMessage(sockaddr_in* address, iovec* vector, tuPacketInfoContro
   return message;
 }
 
+// The messages of a batch call: one buffer and one peer address each.
+struct tsBatch {
+  explicit tsBatch(std::span<const tsDatagram> datagrams)
+      : count(std::min(datagrams.size(), tcUdpSocket::kMaxBatch)) {
+    for (size_t i = 0; i < count; ++i) {
+      vectors[i] = {datagrams[i].buffer.data(), datagrams[i].buffer.size()};
+      messages[i].msg_hdr.msg_iov = &vectors[i];
+      messages[i].msg_hdr.msg_iovlen = 1;
+      messages[i].msg_hdr.msg_name = &peers[i];
+      messages[i].msg_hdr.msg_namelen = sizeof peers[i];
+    }
+  }
+
+  size_t count;
+  std::array<mmsghdr, tcUdpSocket::kMaxBatch> messages{};
+  std::array<iovec, tcUdpSocket::kMaxBatch> vectors{};
+  std::array<sockaddr_in, tcUdpSocket::kMaxBatch> peers{};
+};
+
 }  // namespace
 
 int tcUdpSocket::Open() {
@@ -159,39 +178,20 @@ tsIoResult tcUdpSocket::ReceiveWithDestination(std::span<std::byte> buffer, tsSo
 
 tsIoResult tcUdpSocket::ReceiveBatch(std::span<tsDatagram> datagrams) const {
   if (!IsOpen()) return tsIoResult::Failure(EBADF);
-  size_t n = std::min(datagrams.size(), kMaxBatch);
-  std::array<mmsghdr, kMaxBatch> messages{};
-  std::array<iovec, kMaxBatch> vectors{};
-  std::array<sockaddr_in, kMaxBatch> peers{};
-  for (size_t i = 0; i < n; ++i) {
-    vectors[i] = {datagrams[i].buffer.data(), datagrams[i].buffer.size()};
-    messages[i].msg_hdr.msg_iov = &vectors[i];
-    messages[i].msg_hdr.msg_iovlen = 1;
-    messages[i].msg_hdr.msg_name = &peers[i];
-    messages[i].msg_hdr.msg_namelen = sizeof peers[i];
-  }
-  tsIoResult result =
-      FromCount(recvmmsg(Fd(), messages.data(), static_cast<unsigned>(n), MSG_DONTWAIT, nullptr));
+  tsBatch batch(datagrams);
+  tsIoResult result = FromCount(recvmmsg(
+      Fd(), batch.messages.data(), static_cast<unsigned>(batch.count), MSG_DONTWAIT, nullptr));
   for (size_t i = 0; i < result.count; ++i) {
-    datagrams[i].length = messages[i].msg_len;
-    datagrams[i].peer = FromSockaddr(peers[i]);
+    datagrams[i].length = batch.messages[i].msg_len;
+    datagrams[i].peer = FromSockaddr(batch.peers[i]);
   }
   return result;
 }
 
 tsIoResult tcUdpSocket::SendBatch(std::span<const tsDatagram> datagrams) const {
   if (!IsOpen()) return tsIoResult::Failure(EBADF);
-  size_t n = std::min(datagrams.size(), kMaxBatch);
-  std::array<mmsghdr, kMaxBatch> messages{};
-  std::array<iovec, kMaxBatch> vectors{};
-  std::array<sockaddr_in, kMaxBatch> peers{};
-  for (size_t i = 0; i < n; ++i) {
-    vectors[i] = {datagrams[i].buffer.data(), datagrams[i].buffer.size()};
-    peers[i] = ToSockaddr(datagrams[i].peer);
-    messages[i].msg_hdr.msg_iov = &vectors[i];
-    messages[i].msg_hdr.msg_iovlen = 1;
-    messages[i].msg_hdr.msg_name = &peers[i];
-    messages[i].msg_hdr.msg_namelen = sizeof peers[i];
-  }
-  return FromCount(sendmmsg(Fd(), messages.data(), static_cast<unsigned>(n), 0));
+  tsBatch batch(datagrams);
+  for (size_t i = 0; i < batch.count; ++i)
+    batch.peers[i] = ToSockaddr(datagrams[i].peer);
+  return FromCount(sendmmsg(Fd(), batch.messages.data(), static_cast<unsigned>(batch.count), 0));
 }
