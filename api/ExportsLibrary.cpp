@@ -4,8 +4,8 @@
 #include "GenTL.h"
 #include "api/ErrorTable.h"
 #include "api/Frame.h"
+#include "api/LibraryInfo.h"
 #include "api/ProducerState.h"
-#include "modules/LibraryInfo.h"
 #include "modules/tcSystem.h"
 
 namespace GenTL {

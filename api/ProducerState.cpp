@@ -26,7 +26,7 @@ GenTL::GC_ERROR CreateSystem(void** handle) {
   tcMutexLock lock(gOwner.mutex);
   if (gOwner.system != nullptr) return GenTL::GC_ERR_RESOURCE_IN_USE;
   if (handle == nullptr) return GenTL::GC_ERR_INVALID_PARAMETER;
-  gOwner.system = MakeModule<tcSystem>();
+  gOwner.system = MakeModule<tcSystem>(&GenTL::GCGetInfo);
   *handle = gOwner.system.get();
   return GenTL::GC_ERR_SUCCESS;
 }

@@ -6,7 +6,6 @@
 #include "base/Config.h"
 #include "base/Log.h"
 #include "gev/tcInterfaceGEV.h"
-#include "modules/LibraryInfo.h"
 #include "modules/tcDescriptionBuilder.h"
 #include "sim/tcInterfaceSIM.h"
 #include "u3v/tcInterfaceU3V.h"
@@ -28,7 +27,8 @@ constexpr tsModulePortIdentity kSystemPort = {
 
 }  // namespace
 
-tcSystem::tcSystem() : tcModulePort("System", kSystemPort) {
+tcSystem::tcSystem(GenTL::PGCGetInfo libraryInfo)
+    : tcModulePort("System", kSystemPort), libraryInfo_(libraryInfo) {
   HandleRegistry::Enter(this, HandleKind::kSystem);
   GENTL_LOG(kLogDebug, "%s, this = 0x%p", Name(), this);
 }
@@ -131,26 +131,23 @@ GC_ERROR tcSystem::UpdateInterfaceList(bool8_t* changed, uint64_t /*timeout: unu
   return GC_ERR_SUCCESS;
 }
 
-namespace {
-
-// The text of one library information command, from the library information table.
-std::string LibraryText(TL_INFO_CMD command) {
+// The library information as a consumer reads it (through GCGetInfo, handed in by the entry
+// layer): the description build writes that call's lines and leaves the last error at 0.
+std::string tcSystem::LibraryText(TL_INFO_CMD command) {
   char value[2048] = "";
   size_t size = sizeof value;
   INFO_DATATYPE type = INFO_DATATYPE_UNKNOWN;
-  LibraryInfo("tcSystem::BuildXml", command, &type, value, &size);
+  libraryInfo_(command, &type, value, &size);
   return value;
 }
 
-int64_t LibraryNumber(TL_INFO_CMD command) {
+int64_t tcSystem::LibraryNumber(TL_INFO_CMD command) {
   uint32_t value = 0;
   size_t size = sizeof value;
   INFO_DATATYPE type = INFO_DATATYPE_UNKNOWN;
-  LibraryInfo("tcSystem::BuildXml", command, &type, &value, &size);
+  libraryInfo_(command, &type, &value, &size);
   return value;
 }
-
-}  // namespace
 
 void tcSystem::AddFeatures(tcFeatureTable& table) {
   using enum FeatureKind;
@@ -195,7 +192,7 @@ void tcSystem::AddFeatures(tcFeatureTable& table) {
        TL_INFO_PATHNAME},
   };
   for (const auto& [text, command] : libraryTexts) {
-    table.Feature({.kind = kConstantString, .text = text, .string = [command = command] {
+    table.Feature({.kind = kConstantString, .text = text, .string = [this, command = command] {
                      return LibraryText(command);
                    }});
   }
@@ -209,13 +206,13 @@ void tcSystem::AddFeatures(tcFeatureTable& table) {
                           "Major version number of the GenTL Standard version this GenTL "
                           "Producer complies with.",
                           "Expert"},
-                 .number = [] { return LibraryNumber(TL_INFO_GENTL_VER_MAJOR); }});
+                 .number = [this] { return LibraryNumber(TL_INFO_GENTL_VER_MAJOR); }});
   table.Feature({.kind = kConstantInteger,
                  .text = {"GenTLVersionMinor", "GenTL Version Minor",
                           "Minor version number of the GenTL Standard version this GenTL "
                           "Producer complies with.",
                           "Expert"},
-                 .number = [] { return LibraryNumber(TL_INFO_GENTL_VER_MINOR); }});
+                 .number = [this] { return LibraryNumber(TL_INFO_GENTL_VER_MINOR); }});
   table.Feature(
       {.kind = kConstantInteger,
        .text = {"GenTLSFNCVersionMajor", "GenTL SFNC Version Major",

@@ -13,7 +13,8 @@ class tcInterface;
 
 class tcSystem : public tcModulePort {
  public:
-  tcSystem();
+  // `libraryInfo` answers the library information (the entry layer passes GCGetInfo).
+  explicit tcSystem(GenTL::PGCGetInfo libraryInfo);
   ~tcSystem() override;
 
   GenTL::GC_ERROR GetNumInterfaces(uint32_t* count);
@@ -28,11 +29,14 @@ class tcSystem : public tcModulePort {
   void AddFeatures(tcFeatureTable& table) override;
 
  private:
+  std::string LibraryText(GenTL::TL_INFO_CMD command);
+  int64_t LibraryNumber(GenTL::TL_INFO_CMD command);
   tcInterface* FindInterface(const char* id);
   // Interfaces are never removed while the system lives, so the pointers stay valid.
   tcInterface* InterfaceAt(size_t index);
   size_t InterfaceCount();
 
+  GenTL::PGCGetInfo libraryInfo_;
   tcMutex listMutex_;
   std::vector<ModuleOwner<tcInterface>> SystemInterfaceList GENTL_GUARDED_BY(listMutex_);
   uint32_t InterfaceUpdateTimeout = 0;  // register 0x10808, guarded by the access mutex

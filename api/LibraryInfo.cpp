@@ -1,5 +1,5 @@
 // Library identity: strings, encoding and the GenTL version this producer implements.
-#include "modules/LibraryInfo.h"
+#include "api/LibraryInfo.h"
 
 #include <cstdint>
 #include <cstring>
