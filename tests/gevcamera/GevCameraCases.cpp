@@ -279,3 +279,24 @@ TEST_F(GevCamera, VersionOneOffersNoExtendedIds) {
 }
 
 }  // namespace
+
+namespace {
+
+// Every status a client maps can be provoked: an access covering a refused address gets it.
+TEST_F(GevCamera, RefusedAddressesAnswerTheirStatusInEveryAccess) {
+  const uint16_t statuses[] = {0x8001, 0x8002, 0x8003, 0x8004, 0x8005, 0x8006,
+                               0x8007, 0x800C, 0x800D, 0x800E, 0x8016};
+  for (uint16_t status : statuses) {
+    options_.refusals = {{0x0240, status}, {0x10004, status}};
+    camera_ = std::make_unique<tcGevCamera>(options_);
+    ASSERT_EQ(TakeControl(), 0);
+    EXPECT_EQ(Send(Command(0x0080, 60, {0x0240})).status, status);  // in first_url
+    EXPECT_EQ(Send(ReadMem(61, 0x0230, 32)).status, status);        // covers 0x0240
+    EXPECT_EQ(Send(ReadMem(62, 0x0200, 64)).status, 0);             // ends before it
+    EXPECT_EQ(Send(Command(0x0082, 63, {0x10004, 480})).status, status);
+    EXPECT_EQ(Send(WriteMem(64, 0x10004, "abcd")).status, status);
+    EXPECT_EQ(Send(Command(0x0080, 65, {0x10000})).status, 0);
+  }
+}
+
+}  // namespace

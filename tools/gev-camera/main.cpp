@@ -35,6 +35,8 @@ const char kUsage[] =
     "  --reorder N        shuffle packets within windows of N (0)\n"
     "  --drop-packet ID   drop this packet id from every frame\n"
     "  --silent           never answer discovery\n"
+    "  --refuse ADDR:STATUS  refuse every access covering ADDR with GVCP STATUS (hex, repeatable;\n"
+    "                     e.g. 0x10000:0x8007 answers BUSY)\n"
     "  --port N           control port (3956)\n";
 
 bool ParseOptions(int argc, char** argv, tsGevCameraOptions* options, int* port) {
@@ -82,6 +84,10 @@ bool ParseOptions(int argc, char** argv, tsGevCameraOptions* options, int* port)
       options->faults.reorderWindow = static_cast<uint32_t>(std::strtoul(argv[++i], nullptr, 10));
     } else if (option == "--drop-packet") {
       options->faults.dropPacketId = std::strtoll(argv[++i], nullptr, 10);
+    } else if (option == "--refuse") {
+      unsigned address = 0, status = 0;
+      if (sscanf(argv[++i], "%x:%x", &address, &status) != 2 || status > 0xFFFF) return false;
+      options->refusals.emplace_back(address, static_cast<uint16_t>(status));
     } else if (option == "--port") {
       *port = std::atoi(argv[++i]);
     } else {

@@ -146,7 +146,9 @@ size_t tcGevCamera::ReadRegisters(const tsCommand& command, std::span<std::byte>
   uint16_t status = CheckRead(command);
   tcWireReader reader(command.payload);
   for (size_t i = 0; i < count && status == 0; ++i) {
-    status = registers_.ReadRegister(reader.U32Be(), &values[i]);
+    uint32_t address = reader.U32Be();
+    status = Refusal(address, 4);
+    if (status == 0) status = registers_.ReadRegister(address, &values[i]);
   }
   Header(writer, status, kReadReg + 1, static_cast<uint16_t>(4 * count), command.id);
   for (size_t i = 0; i < count; ++i)
@@ -176,8 +178,16 @@ size_t tcGevCamera::WriteRegisters(const tsCommand& command, std::span<std::byte
   return writer.Position();
 }
 
+uint16_t tcGevCamera::Refusal(uint32_t address, size_t length) const {
+  for (const auto& [refused, status] : options_.refusals) {
+    if (refused >= address && refused - address < length) return status;
+  }
+  return 0;
+}
+
 uint16_t tcGevCamera::WriteRegister(const tsCommand& command, uint32_t address, uint32_t value) {
   if (uint16_t status = CheckWrite(command, address)) return status;
+  if (uint16_t status = Refusal(address, 4)) return status;
   if (address == tcGevRegisters::kPrivilege) return WritePrivilege(command, value);
   return registers_.WriteRegister(address, value);
 }
@@ -210,6 +220,7 @@ size_t tcGevCamera::ReadMemory(const tsCommand& command, std::span<std::byte> re
     count = 0;
   }
   if (status == 0 && address % 4 != 0) status = tcGevRegisters::kBadAlignment;
+  if (status == 0) status = Refusal(address, count);
   std::array<std::byte, kMaxMemory> data{};
   std::span<std::byte> chunk = std::span(data).first(count);
   if (status == 0) status = registers_.Read(address, chunk);
@@ -236,6 +247,7 @@ size_t tcGevCamera::WriteMemory(const tsCommand& command, std::span<std::byte> r
     status = WriteRegister(command, address, value.U32Be());
   } else {
     status = CheckWrite(command, address);
+    if (status == 0) status = Refusal(address, data.size());
     if (status == 0) status = registers_.Write(address, data);
   }
   Header(writer, status, kWriteMem + 1, 4, command.id);

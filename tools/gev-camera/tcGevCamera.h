@@ -57,6 +57,8 @@ class tcGevCamera {
   void QueueResend(const tsCommand& command);
   uint16_t CheckRead(const tsCommand& command) const;
   uint16_t CheckWrite(const tsCommand& command, uint32_t address) const;
+  // The status refusing an access to [address, address + length), or 0.
+  uint16_t Refusal(uint32_t address, size_t length) const;
   uint16_t WritePrivilege(const tsCommand& command, uint32_t value);
   uint16_t WriteRegister(const tsCommand& command, uint32_t address, uint32_t value);
   bool IsOwner(const tsSocketAddress& from) const;

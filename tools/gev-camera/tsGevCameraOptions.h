@@ -3,6 +3,8 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "tsFaultOptions.h"
 
@@ -21,6 +23,9 @@ struct tsGevCameraOptions {
   bool extendedIds = true;  // 64-bit block ids offered in gvsp_capability
   bool silent = false;      // no answer to discovery
   tsFaultOptions faults;
+  // Accesses that cover one of these addresses are refused with its GVCP status, so that a
+  // client's handling of every status can be tried.
+  std::vector<std::pair<uint32_t, uint16_t>> refusals;
   uint32_t width = 640;
   uint32_t height = 480;
 };
