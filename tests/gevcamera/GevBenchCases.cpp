@@ -581,3 +581,31 @@ TEST_F(GevBench, AravisRecoversEveryFrameThroughResend) {
 }
 
 }  // namespace
+
+namespace {
+
+// GevSCPD spaces the packets of a frame: the 1 + 17 + 1 packets of a 4096-byte frame in
+// 280-byte packets, 200 µs apart, take at least 18 x 200 µs from the first to the last.
+TEST_F(GevStream, PacketDelaySpacesThePacketsOfAFrame) {
+  ASSERT_TRUE(Connect());
+  Configure(280);
+  ASSERT_EQ(Write(0x0D08, 200000), 0);  // ticks of the 1 GHz time stamp clock
+  ASSERT_EQ(Write(0x1001C, 1), 0);
+  tsPacket leader;
+  while (leader.format != 1) {
+    leader = Receive(2000);
+    ASSERT_NE(leader.size, 0u) << "no leader";
+  }
+  uint64_t first = platform::MonotonicNs();
+  tsPacket packet;
+  while (packet.format != 2) {
+    packet = Receive(1000);
+    ASSERT_NE(packet.size, 0u) << "frame incomplete";
+  }
+  uint64_t spread = platform::MonotonicNs() - first;
+  ASSERT_EQ(Write(0x10020, 1), 0);
+  EXPECT_GE(spread, 18u * 200000u * 9 / 10) << spread << " ns";
+  DrainStream();
+}
+
+}  // namespace

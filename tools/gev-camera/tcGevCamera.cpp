@@ -316,6 +316,7 @@ tsStreamSettings tcGevCamera::StreamSettings() const {
   settings.payloadSize = registers_.Get(tcGevRegisters::kPayloadSize);
   uint32_t rateBits = registers_.Get(tcGevRegisters::kFrameRate);
   std::memcpy(&settings.frameRate, &rateBits, sizeof rateBits);
+  settings.packetDelay = registers_.Get(tcGevRegisters::kPacketDelay);
   return settings;
 }
 

@@ -1,6 +1,9 @@
 // Stream channel 0 of the emulated camera.
 #include "tcGvspStreamer.h"
 
+#include <errno.h>
+#include <time.h>
+
 #include <algorithm>
 
 #include "base/Platform.h"
@@ -10,6 +13,7 @@
 namespace {
 
 constexpr size_t kIpUdpHeaders = 28;
+constexpr uint64_t kPacingSliceNs = 50000;  // packets sent between two pacing sleeps
 constexpr size_t kStandardHeader = 8;
 constexpr size_t kExtendedHeader = 20;
 constexpr size_t kLeaderData = 36;
@@ -32,6 +36,14 @@ void PacketHeader(tcWireWriter& writer, bool extended, uint8_t format, uint64_t 
   } else {
     writer.U16Be(blockId16);
     writer.U32Be(uint32_t{format} << 24 | (packetId & 0xFFFFFF));
+  }
+}
+
+// Sleeps until the monotonic clock (the time stamp clock) reaches `deadlineNs`.
+void SleepUntilNs(uint64_t deadlineNs) {
+  timespec until{static_cast<time_t>(deadlineNs / 1000000000),
+                 static_cast<long>(deadlineNs % 1000000000)};
+  while (clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &until, nullptr) == EINTR) {
   }
 }
 
@@ -117,7 +129,7 @@ void tcGvspStreamer::SendFrame(const tsStreamSettings& settings) {
   blockId_ = blockId_ == 0xFFFF ? 1 : blockId_ + 1;
   size_t count = BuildFrame(settings, settings.packetSize - kIpUdpHeaders - header);
   std::span<const tsDatagram> frame(kept_[frameCount_ % kKeptFrames].datagrams.data(), count);
-  Send(faults_.Frame(frame));
+  Send(faults_.Frame(frame), settings.packetDelay);
 }
 
 size_t tcGvspStreamer::BuildFrame(const tsStreamSettings& s, size_t dataPerPacket) {
@@ -163,12 +175,23 @@ size_t tcGvspStreamer::BuildFrame(const tsStreamSettings& s, size_t dataPerPacke
   return count;
 }
 
-void tcGvspStreamer::Send(std::span<const tsDatagram> datagrams) {
-  std::span<const tsDatagram> pending = datagrams;
-  while (!pending.empty()) {
-    tsIoResult sent = socket_.SendBatch(pending);
-    if (!sent.Ok()) return;  // the destination vanished or refuses: drop the frame
-    pending = pending.subspan(sent.count);
+// Without a packet delay the packets leave in sendmmsg batches; with one (GevSCPD), packet k
+// leaves no earlier than k delays after the first, sent in slices of about kPacingSliceNs so
+// that the pacing needs few sleeps. A stop request ends the frame early.
+void tcGvspStreamer::Send(std::span<const tsDatagram> datagrams, uint64_t delayNs) {
+  size_t slice = delayNs == 0 ? datagrams.size() : std::max<uint64_t>(1, kPacingSliceNs / delayNs);
+  uint64_t start = platform::MonotonicNs();
+  size_t done = 0;
+  while (done < datagrams.size() && !thread_.StopRequested()) {
+    if (delayNs != 0) SleepUntilNs(start + done * delayNs);
+    std::span<const tsDatagram> pending =
+        datagrams.subspan(done, std::min(slice, datagrams.size() - done));
+    while (!pending.empty()) {
+      tsIoResult sent = socket_.SendBatch(pending);
+      if (!sent.Ok()) return;  // the destination vanished or refuses: drop the frame
+      pending = pending.subspan(sent.count);
+      done += sent.count;
+    }
   }
 }
 
@@ -184,7 +207,7 @@ void tcGvspStreamer::Resend(const tsResendRequest& request) {
       tsDatagram& packet = frame.datagrams[id];
       tcWireWriter status(packet.buffer.first(2));
       status.U16Be(kResent);
-      if (faults_.KeepResent()) Send(std::span<const tsDatagram>(&packet, 1));
+      if (faults_.KeepResent()) Send(std::span<const tsDatagram>(&packet, 1), 0);
       tcWireWriter(packet.buffer.first(2)).U16Be(0);
     }
     return;

@@ -41,7 +41,7 @@ class tcGvspStreamer {
   void SendTestPacket(const tsStreamSettings& settings);
   void SendFrame(const tsStreamSettings& settings);
   size_t BuildFrame(const tsStreamSettings& settings, size_t dataPerPacket);
-  void Send(std::span<const tsDatagram> datagrams);
+  void Send(std::span<const tsDatagram> datagrams, uint64_t delayNs);
   void Resend(const tsResendRequest& request);
 
   // A frame as sent, kept for resend requests.

@@ -19,4 +19,5 @@ struct tsStreamSettings {
   uint32_t pixelFormat = 0;
   uint32_t payloadSize = 0;
   float frameRate = 0;
+  uint32_t packetDelay = 0;  // SCPD0: time stamp ticks (ns) between packets, 0 = back to back
 };
