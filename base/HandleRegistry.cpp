@@ -5,7 +5,6 @@
 #include "base/HandleRegistry.h"
 
 #include <algorithm>
-#include <chrono>
 #include <condition_variable>
 #include <map>
 #include <thread>
@@ -53,22 +52,15 @@ void HandleRegistry::Enter(const void* object, HandleKind kind) {
   entry.leaving = false;
 }
 
-void HandleRegistry::Leave(const void* object, const std::function<void()>& wake) {
+void HandleRegistry::Leave(const void* object) {
   tsRegistry& registry = Registry();
   uintptr_t key = Key(object);
   tcMutexLock lock(registry.mutex);
   auto it = registry.entries.find(key);
   if (it == registry.entries.end()) return;
   it->second.leaving = true;
-  while (PinnedByOthers(it->second)) {
-    if (wake) {
-      lock.unlock();
-      wake();
-      lock.lock();
-    }
-    // Re-checked every millisecond: a pinned caller may be blocked until `wake` reaches it.
-    registry.unpinned.wait_for(lock, std::chrono::milliseconds(1));
-  }
+  while (PinnedByOthers(it->second))
+    registry.unpinned.wait(lock);
   registry.entries.erase(it);
 }
 

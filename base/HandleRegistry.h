@@ -5,7 +5,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <optional>
 
 enum class HandleKind : uint32_t {
@@ -25,8 +24,8 @@ class HandleRegistry {
   // the port constructor's entry).
   static void Enter(const void* object, HandleKind kind);
   // Removes `object`: later lookups and pins fail. Then waits until no other thread holds a
-  // pin on it, calling `wake` (when given) while it waits so that blocked callers return.
-  static void Leave(const void* object, const std::function<void()>& wake = {});
+  // pin on it; an owner whose calls can block wakes them first (an event ends its waits).
+  static void Leave(const void* object);
   static std::optional<HandleKind> Find(const void* object);
   // Pins `object` when it is registered and not leaving; an empty pin otherwise.
   static tcHandlePin Pin(const void* object);

@@ -87,12 +87,13 @@ GC_ERROR tcEvent::GetData(void* buffer, size_t* size, uint64_t timeoutMs) {
 
 void tcEvent::Retire() {
   retiring_.store(true);
-  // Calls through the event's handle end (a waiter returns GC_ERR_ABORT) before it goes.
-  HandleRegistry::Leave(this, [this] { available_.Post(); });
+  // Every waiter returns GC_ERR_ABORT; a call that comes later sees the flag before it waits.
   while (waiters_.load() > 0) {
     available_.Post();
     std::this_thread::sleep_for(std::chrono::milliseconds(1));
   }
+  // Then the calls still running through the event's handle end before it goes.
+  HandleRegistry::Leave(this);
 }
 
 GC_ERROR tcEvent::GetInfo(int32_t command, int32_t* type, void* buffer, size_t* size) {

@@ -49,23 +49,6 @@ TEST(HandleRegistry, LeaveWaitsForAPinOfAnotherThreadAndRefusesNewPinsMeanwhile)
   EXPECT_TRUE(left.load());
 }
 
-TEST(HandleRegistry, LeaveCallsWakeUntilTheBlockedCallerReturns) {
-  int object = 0;
-  HandleRegistry::Enter(&object, HandleKind::kEvent);
-  std::atomic<bool> pinned{false}, woken{false};
-  std::thread caller([&] {
-    tcHandlePin pin = HandleRegistry::Pin(&object);
-    pinned.store(true);
-    while (!woken.load())
-      std::this_thread::yield();
-  });
-  while (!pinned.load())
-    std::this_thread::yield();
-  HandleRegistry::Leave(&object, [&] { woken.store(true); });
-  caller.join();
-  EXPECT_TRUE(woken.load());
-}
-
 TEST(HandleRegistry, AnOwnerInsideACallOnTheObjectDoesNotWaitForItself) {
   int object = 0;
   HandleRegistry::Enter(&object, HandleKind::kSystem);

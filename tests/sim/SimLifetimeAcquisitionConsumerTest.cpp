@@ -6,10 +6,15 @@
 #include <vector>
 
 #include "support/SimConsumer.h"
+#include "support/WaitingThread.h"
 
 using namespace GenTL;
 
 namespace {
+
+// An upper bound of the size of the producer's event object, whose members the consumer
+// cannot see.
+constexpr size_t kEventObjectBound = 1024;
 
 class SimLifetime : public SimStreamConsumerTest {
  protected:
@@ -32,16 +37,6 @@ class SimLifetime : public SimStreamConsumerTest {
     });
     a.join();
     b.join();
-  }
-
-  // Starts a thread that enters EventGetData(infinite) and reports its result.
-  std::thread WaitForever(void* event, GC_ERROR* result, std::atomic<bool>* entering) {
-    return std::thread([event, result, entering] {
-      void* data[2] = {};
-      size_t size = sizeof data;
-      entering->store(true);
-      *result = Lib().EventGetData(event, data, &size, GENTL_INFINITE);
-    });
   }
 
   static void WaitUntil(const std::atomic<bool>& flag) {
@@ -122,14 +117,15 @@ TEST_F(SimLifetime, DSCloseAfterDevCloseFailsCleanlyAndTheOtherClosesSucceed) {
 
 TEST_F(SimLifetime, DevCloseWakesAConsumerWaitingForeverAndItsEventHandleGoesStale) {
   ASSERT_EQ(Lib().DSStartAcquisition(stream_, 0, GENTL_INFINITE), GC_ERR_SUCCESS);
-  GC_ERROR result = GC_ERR_SUCCESS;
-  std::atomic<bool> entering{false};
-  std::thread waiter = WaitForever(event_, &result, &entering);
-  WaitUntil(entering);
+  WaitingThread waiter([this] {
+    void* data[2] = {};
+    size_t size = sizeof data;
+    return Lib().EventGetData(event_, data, &size, GENTL_INFINITE);
+  });
+  // Seen asleep on the event's semaphore (a member of the event object behind the handle).
+  ASSERT_TRUE(waiter.BlockedIn(event_, kEventObjectBound));
   ASSERT_EQ(Lib().DevClose(device_), GC_ERR_SUCCESS);
-  waiter.join();
-  // Either the waiter was inside (woken with an abort) or it came too late (stale handle).
-  EXPECT_TRUE(result == GC_ERR_ABORT || result == GC_ERR_INVALID_HANDLE) << result;
+  EXPECT_EQ(waiter.Join(), GC_ERR_ABORT);
   void* data[2] = {};
   size_t size = sizeof data;
   EXPECT_EQ(Lib().EventGetData(event_, data, &size, 0), GC_ERR_INVALID_HANDLE);
