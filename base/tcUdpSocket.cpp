@@ -4,6 +4,7 @@
 #include <arpa/inet.h>
 #include <errno.h>
 #include <netinet/in.h>
+#include <netinet/udp.h>
 #include <sys/socket.h>
 
 #include <algorithm>
@@ -46,14 +47,17 @@ msghdr PacketInfoMessage(sockaddr_in* address, iovec* vector, tuPacketInfoContro
   return message;
 }
 
-// The messages of a batch call: one buffer and one peer address each.
+// The messages of a batch call: one datagram (a buffer and maybe a tail) and one peer each.
 struct tsBatch {
   explicit tsBatch(std::span<const tsDatagram> datagrams)
       : count(std::min(datagrams.size(), tcUdpSocket::kMaxBatch)) {
     for (size_t i = 0; i < count; ++i) {
-      vectors[i] = {datagrams[i].buffer.data(), datagrams[i].buffer.size()};
-      messages[i].msg_hdr.msg_iov = &vectors[i];
-      messages[i].msg_hdr.msg_iovlen = 1;
+      const tsDatagram& datagram = datagrams[i];
+      iovec* parts = &vectors[2 * i];
+      parts[0] = {datagram.buffer.data(), datagram.buffer.size()};
+      parts[1] = {const_cast<std::byte*>(datagram.tail.data()), datagram.tail.size()};
+      messages[i].msg_hdr.msg_iov = parts;
+      messages[i].msg_hdr.msg_iovlen = datagram.tail.empty() ? 1 : 2;
       messages[i].msg_hdr.msg_name = &peers[i];
       messages[i].msg_hdr.msg_namelen = sizeof peers[i];
     }
@@ -61,8 +65,100 @@ struct tsBatch {
 
   size_t count;
   std::array<mmsghdr, tcUdpSocket::kMaxBatch> messages{};
-  std::array<iovec, tcUdpSocket::kMaxBatch> vectors{};
+  std::array<iovec, 2 * tcUdpSocket::kMaxBatch> vectors{};
   std::array<sockaddr_in, tcUdpSocket::kMaxBatch> peers{};
+};
+
+size_t Length(const tsDatagram& datagram) {
+  return datagram.buffer.size() + datagram.tail.size();
+}
+
+// Room for one UDP_SEGMENT control message.
+union tuSegmentControl {
+  cmsghdr align;
+  char bytes[CMSG_SPACE(sizeof(uint16_t))];
+};
+
+// The messages of a segmented send: each a run of datagrams of one length to one peer, which
+// the kernel cuts at that length.
+class tcSegmentedBatch {
+ public:
+  // Segments the kernel takes in one message, and the bytes (below the 16-bit UDP length).
+  static constexpr size_t kMaxRun = 64;
+  static constexpr size_t kMaxRunBytes = 65000;
+
+  explicit tcSegmentedBatch(std::span<const tsDatagram> datagrams) {
+    size_t first = 0;
+    size_t limit = std::min(datagrams.size(), tcUdpSocket::kMaxSegmentedBatch);
+    while (first < limit && messageCount < tcUdpSocket::kMaxBatch) {
+      size_t run = RunLength(datagrams.subspan(first, limit - first));
+      AddMessage(datagrams.subspan(first, run));
+      first += run;
+    }
+  }
+
+  // The datagrams carried by the first `messages` messages.
+  size_t Datagrams(size_t messages) const {
+    size_t total = 0;
+    for (size_t i = 0; i < messages; ++i)
+      total += runs_[i];
+    return total;
+  }
+
+  size_t messageCount = 0;
+  std::array<mmsghdr, tcUdpSocket::kMaxBatch> messages{};
+
+ private:
+  static size_t RunLength(std::span<const tsDatagram> datagrams) {
+    size_t size = Length(datagrams[0]);
+    size_t run = 1;
+    size_t bytes = size;
+    while (run < datagrams.size() && run < kMaxRun && size > 0) {
+      const tsDatagram& next = datagrams[run];
+      size_t length = Length(next);
+      if (next.peer != datagrams[0].peer || length > size || bytes + length > kMaxRunBytes) break;
+      bytes += length;
+      ++run;
+      if (length < size) break;  // only the last segment of a run may be shorter
+    }
+    return run;
+  }
+
+  void AddMessage(std::span<const tsDatagram> run) {
+    size_t index = messageCount++;
+    runs_[index] = run.size();
+    peers_[index] = ToSockaddr(run[0].peer);
+    msghdr& header = messages[index].msg_hdr;
+    header.msg_iov = &vectors_[vectorCount_];
+    for (const tsDatagram& datagram : run) {
+      vectors_[vectorCount_++] = {datagram.buffer.data(), datagram.buffer.size()};
+      if (!datagram.tail.empty()) {
+        vectors_[vectorCount_++] = {const_cast<std::byte*>(datagram.tail.data()),
+                                    datagram.tail.size()};
+      }
+    }
+    header.msg_iovlen = &vectors_[vectorCount_] - header.msg_iov;
+    header.msg_name = &peers_[index];
+    header.msg_namelen = sizeof peers_[index];
+    if (run.size() > 1) AddSegmentSize(header, controls_[index], Length(run[0]));
+  }
+
+  static void AddSegmentSize(msghdr& header, tuSegmentControl& control, size_t size) {
+    header.msg_control = control.bytes;
+    header.msg_controllen = sizeof control.bytes;
+    cmsghdr* record = CMSG_FIRSTHDR(&header);
+    record->cmsg_level = SOL_UDP;
+    record->cmsg_type = UDP_SEGMENT;
+    record->cmsg_len = CMSG_LEN(sizeof(uint16_t));
+    uint16_t segment = static_cast<uint16_t>(size);
+    std::memcpy(CMSG_DATA(record), &segment, sizeof segment);
+  }
+
+  size_t vectorCount_ = 0;
+  std::array<size_t, tcUdpSocket::kMaxBatch> runs_{};
+  std::array<sockaddr_in, tcUdpSocket::kMaxBatch> peers_{};
+  std::array<tuSegmentControl, tcUdpSocket::kMaxBatch> controls_{};
+  std::array<iovec, 2 * tcUdpSocket::kMaxSegmentedBatch> vectors_{};
 };
 
 }  // namespace
@@ -194,4 +290,13 @@ tsIoResult tcUdpSocket::SendBatch(std::span<const tsDatagram> datagrams) const {
   for (size_t i = 0; i < batch.count; ++i)
     batch.peers[i] = ToSockaddr(datagrams[i].peer);
   return FromCount(sendmmsg(Fd(), batch.messages.data(), static_cast<unsigned>(batch.count), 0));
+}
+
+tsIoResult tcUdpSocket::SendSegmented(std::span<const tsDatagram> datagrams) const {
+  if (!IsOpen()) return tsIoResult::Failure(EBADF);
+  if (datagrams.empty()) return tsIoResult::Success(0);
+  tcSegmentedBatch batch(datagrams);
+  int sent = sendmmsg(Fd(), batch.messages.data(), static_cast<unsigned>(batch.messageCount), 0);
+  if (sent < 0) return tsIoResult::Failure(errno);
+  return tsIoResult::Success(batch.Datagrams(static_cast<size_t>(sent)));
 }

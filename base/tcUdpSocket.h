@@ -53,6 +53,13 @@ class tcUdpSocket {
   tsIoResult ReceiveBatch(std::span<tsDatagram> datagrams) const;
   // Up to kMaxBatch datagrams in one call; the count is the number of datagrams sent.
   tsIoResult SendBatch(std::span<const tsDatagram> datagrams) const;
+  // As SendBatch, for up to kMaxSegmentedBatch datagrams, with far less work per datagram: each
+  // run of consecutive datagrams of one length to one peer (the run's last may be shorter)
+  // goes to the kernel as one message that it cuts into those datagrams (UDP segmentation
+  // offload). The datagrams on the wire are the same. The count is the number of datagrams
+  // sent; a run whose datagrams exceed the path MTU with do-not-fragment set fails with EINVAL.
+  tsIoResult SendSegmented(std::span<const tsDatagram> datagrams) const;
+  static constexpr size_t kMaxSegmentedBatch = 512;
 
  private:
   int SetOption(int level, int name, int value);

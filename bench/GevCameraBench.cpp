@@ -97,7 +97,7 @@ void Measure(double targetGbps) {
   std::vector<std::vector<std::byte>> storage(tcUdpSocket::kMaxBatch, std::vector<std::byte>(9000));
   std::vector<tsDatagram> batch;
   for (auto& s : storage)
-    batch.push_back({s, 0, {}});
+    batch.push_back({s, 0, {}, {}});
   tcPoll poll;
   poll.Add(stream.Fd());
   double cpuStart = CpuSeconds(link.pid);

@@ -216,7 +216,7 @@ TEST_F(tcUdpSocketTest, BatchSendAndReceive) {
   std::vector<std::vector<std::byte>> payloads = {Payload("a"), Payload("bb"), Payload("ccc")};
   std::vector<tsDatagram> outgoing;
   for (auto& p : payloads)
-    outgoing.push_back({p, 0, receiverAddress_});
+    outgoing.push_back({p, 0, receiverAddress_, {}});
   tsIoResult sent = sender_.SendBatch(outgoing);
   ASSERT_TRUE(sent.Ok()) << sent.ErrorText();
   EXPECT_EQ(sent.count, 3u);
@@ -224,7 +224,7 @@ TEST_F(tcUdpSocketTest, BatchSendAndReceive) {
   std::array<std::array<std::byte, 8>, 5> storage{};
   std::vector<tsDatagram> incoming;
   for (auto& s : storage)
-    incoming.push_back({s, 0, {}});
+    incoming.push_back({s, 0, {}, {}});
   tsIoResult received = receiver_.ReceiveBatch(incoming);
   ASSERT_TRUE(received.Ok()) << received.ErrorText();
   ASSERT_EQ(received.count, 3u);
@@ -238,10 +238,49 @@ TEST_F(tcUdpSocketTest, BatchSendAndReceive) {
 
 TEST_F(tcUdpSocketTest, BatchesAreCappedAtTheMaximum) {
   std::array<std::byte, 1> byte{};
-  std::vector<tsDatagram> outgoing(tcUdpSocket::kMaxBatch + 6, {byte, 0, receiverAddress_});
+  std::vector<tsDatagram> outgoing(tcUdpSocket::kMaxBatch + 6, {byte, 0, receiverAddress_, {}});
   tsIoResult sent = sender_.SendBatch(outgoing);
   ASSERT_TRUE(sent.Ok());
   EXPECT_EQ(sent.count, tcUdpSocket::kMaxBatch);
+}
+
+TEST_F(tcUdpSocketTest, SegmentedSendGivesTheSameDatagramsWithTheirTails) {
+  // Runs: three of 6 bytes and a shorter last one (one message), then 6 bytes to itself.
+  std::vector<std::vector<std::byte>> heads = {Payload("a"), Payload("b"), Payload("c"),
+                                               Payload("d"), Payload("e")};
+  std::vector<std::vector<std::byte>> tails = {Payload("11111"), Payload("22222"), Payload("33333"),
+                                               Payload("44"), Payload("55555")};
+  std::vector<tsDatagram> outgoing;
+  for (size_t i = 0; i < heads.size(); ++i)
+    outgoing.push_back({heads[i], 0, receiverAddress_, tails[i]});
+  tsIoResult sent = sender_.SendSegmented(outgoing);
+  ASSERT_TRUE(sent.Ok()) << sent.ErrorText();
+  EXPECT_EQ(sent.count, 5u);
+  std::vector<std::string> texts;
+  std::array<std::byte, 16> buffer{};
+  while (texts.size() < 5 && WaitReadable(receiver_)) {
+    tsIoResult received = receiver_.ReceiveFrom(buffer, nullptr);
+    ASSERT_TRUE(received.Ok()) << received.ErrorText();
+    texts.push_back(AsText(std::span(buffer).first(received.count)));
+  }
+  EXPECT_EQ(texts, (std::vector<std::string>{"a11111", "b22222", "c33333", "d44", "e55555"}));
+}
+
+TEST_F(tcUdpSocketTest, SegmentedBatchesAreCappedAtTheMaximum) {
+  std::array<std::byte, 1> byte{};
+  std::vector<tsDatagram> outgoing(tcUdpSocket::kMaxSegmentedBatch + 6,
+                                   {byte, 0, receiverAddress_, {}});
+  tsIoResult sent = sender_.SendSegmented(outgoing);
+  ASSERT_TRUE(sent.Ok()) << sent.ErrorText();
+  EXPECT_EQ(sent.count, tcUdpSocket::kMaxSegmentedBatch);
+  EXPECT_EQ(sender_.SendSegmented({}).count, 0u);
+}
+
+TEST_F(tcUdpSocketTest, SegmentedSendOnAClosedSocketIsBadDescriptor) {
+  tcUdpSocket closed;
+  std::array<std::byte, 1> byte{};
+  std::vector<tsDatagram> outgoing(2, {byte, 0, receiverAddress_, {}});
+  EXPECT_EQ(closed.SendSegmented(outgoing).error, EBADF);
 }
 
 TEST_F(tcUdpSocketTest, DontFragmentRefusesDatagramsAboveTheMtu) {

@@ -16,7 +16,7 @@ class FaultInjector : public ::testing::Test {
     std::vector<tsDatagram> packets;
     for (size_t id = 0; id < count; ++id) {
       storage_[id][0] = std::byte(id);
-      packets.push_back({storage_[id], 0, {}});
+      packets.push_back({storage_[id], 0, {}, {}});
     }
     return packets;
   }

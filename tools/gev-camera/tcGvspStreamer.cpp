@@ -140,12 +140,13 @@ size_t tcGvspStreamer::BuildFrame(const tsStreamSettings& s, size_t dataPerPacke
   frame.blockId64 = frameCount_;
   frame.blockId16 = blockId_;
   frame.extendedIds = s.extendedIds;
-  frame.storage.resize(count * (header + std::max(dataPerPacket, kLeaderData)));
+  // Headers only (and the leader's and trailer's fields): the payload is a tail in the ramp.
+  frame.storage.resize(count * (header + kLeaderData));
   frame.datagrams.resize(count);
   std::byte* at = frame.storage.data();
   tsSocketAddress to{s.destination, s.port};
   auto add = [&](size_t index, size_t length) {
-    frame.datagrams[index] = {std::span<std::byte>(at, length), 0, to};
+    frame.datagrams[index] = {std::span<std::byte>(at, length), 0, to, {}};
     at += length;
     return tcWireWriter(frame.datagrams[index].buffer);
   };
@@ -162,10 +163,10 @@ size_t tcGvspStreamer::BuildFrame(const tsStreamSettings& s, size_t dataPerPacke
   for (size_t p = 0; p < dataPackets; ++p) {
     size_t offset = p * dataPerPacket;
     size_t length = std::min(dataPerPacket, s.payloadSize - offset);
-    tcWireWriter data = add(p + 1, header + length);
+    tcWireWriter data = add(p + 1, header);
     PacketHeader(data, s.extendedIds, kPayload, frameCount_, blockId_, uint32_t(p + 1));
     // Byte i is (i + frame) modulo 256: a slice of the repeating ramp.
-    data.Bytes(std::span(ramp_).subspan((offset + frameCount_) % 256, length));
+    frame.datagrams[p + 1].tail = std::span(ramp_).subspan((offset + frameCount_) % 256, length);
   }
   tcWireWriter trailer = add(count - 1, header + kTrailerData);
   PacketHeader(trailer, s.extendedIds, kTrailer, frameCount_, blockId_, uint32_t(count - 1));
@@ -187,7 +188,7 @@ void tcGvspStreamer::Send(std::span<const tsDatagram> datagrams, uint64_t delayN
     std::span<const tsDatagram> pending =
         datagrams.subspan(done, std::min(slice, datagrams.size() - done));
     while (!pending.empty()) {
-      tsIoResult sent = socket_.SendBatch(pending);
+      tsIoResult sent = socket_.SendSegmented(pending);
       if (!sent.Ok()) return;  // the destination vanished or refuses: drop the frame
       pending = pending.subspan(sent.count);
       done += sent.count;

@@ -50,7 +50,7 @@ class tcGvspStreamer {
     uint16_t blockId16 = 0;
     bool extendedIds = false;
     std::vector<std::byte> storage;
-    std::vector<tsDatagram> datagrams;  // leader, payload packets, trailer, into storage
+    std::vector<tsDatagram> datagrams;  // headers in storage, payloads as tails in the ramp
   };
   static constexpr size_t kKeptFrames = 4;
 

@@ -139,8 +139,13 @@ std::string tcNetBench::Connect(const tsBenchLink& link) {
   std::string pid = std::to_string(link.pid);
   std::string host = tsSocketAddress::Text(link.hostAddress) + "/30";
   std::string camera = tsSocketAddress::Text(link.cameraAddress) + "/30";
-  if (!RunHere("link add " + link.hostInterface + " mtu " + mtu + " type veth peer name " +
-               link.cameraInterface + " mtu " + mtu)) {
+  // A veth hands a segmentation-offload super-datagram to the other side whole, which the
+  // packet sockets of some receivers then see as one oversized packet; a real camera's packets
+  // are segmented on the wire. One segment at most per packet makes the camera's kernel
+  // segment before the veth, so every receiver sees the datagrams a camera would send.
+  std::string single = " gso_max_segs 1";
+  if (!RunHere("link add " + link.hostInterface + " mtu " + mtu + single + " type veth peer name " +
+               link.cameraInterface + " mtu " + mtu + single)) {
     return "cannot create the veth pair " + link.hostInterface;
   }
   bool ok = RunHere("link set " + link.cameraInterface + " netns " + pid) &&
