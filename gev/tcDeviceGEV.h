@@ -1,0 +1,58 @@
+// The Device module of one GigE Vision camera, made from its discovery acknowledgement: its
+// identity, opening (control channel with privilege and heartbeat) and the camera's timestamp
+// frequency for its stream.
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+#include "base/ModuleOwner.h"
+#include "modules/tcDevice.h"
+
+class tcPortGEV;
+
+class tcDeviceGEV : public tcDevice {
+ public:
+  // The DISCOVERY_ACK payload, kept as received (big-endian).
+  static constexpr size_t kRecordSize = 248;
+  using tsRecord = std::array<uint8_t, kRecordSize>;
+  // Used when the camera reports no timestamp frequency.
+  static constexpr uint64_t kFallbackFrequency = 1000;
+
+  // `localAddress` (host order) is the address of the adapter that received the record.
+  tcDeviceGEV(const tsRecord& record, std::string id, tcInterface* parent, uint32_t localAddress);
+  ~tcDeviceGEV() override;
+
+  // Exclusive access only: connects the control channel and reads the timestamp frequency.
+  GenTL::GC_ERROR Open(int32_t openFlags) override;
+  // Destroys the streams, then the port (which releases the privilege).
+  GenTL::GC_ERROR Close() override;
+  GenTL::GC_ERROR GetInfo(int32_t command, int32_t* type, void* buffer, size_t* size) override;
+  tcPort* RemotePort() override;
+  // The same port, typed; null while the device is closed.
+  tcPortGEV* PortGEV();
+
+  // Ticks per second of the camera's timestamps; 0 until Open.
+  uint64_t TimestampFrequency() const { return frequency_.load(std::memory_order_relaxed); }
+  const tsRecord& Record() const { return record_; }
+  // The camera's current IP address from the record, host order.
+  uint32_t CameraAddress() const;
+  // Host order.
+  uint32_t LocalAddress() const { return localAddress_; }
+  // True when `record` carries this camera's MAC address.
+  bool SameCamera(const tsRecord& record) const;
+
+  // Discovery's count of the passes the camera answered (see tcInterfaceGEV).
+  uint32_t seen = 1;
+
+ private:
+  void ReadTimestampFrequency(tcPortGEV* port);
+
+  tsRecord record_;
+  uint32_t localAddress_;
+  std::atomic<uint64_t> frequency_{0};
+  ModuleOwner<tcPortGEV> port_ GENTL_GUARDED_BY(stateMutex_);
+};
