@@ -64,16 +64,18 @@ GC_ERROR tcDeviceGEV::Open(int32_t openFlags) {
               openFlags);
     return GC_ERR_NOT_IMPLEMENTED;
   }
-  ModuleOwner<tcPortGEV> failed;  // destroyed after the state lock is released
-  tcMutexLock lock(stateMutex_);
-  if (open_) return GC_ERR_RESOURCE_IN_USE;
+  {
+    tcMutexLock lock(stateMutex_);
+    if (open_ || opening_) return GC_ERR_RESOURCE_IN_USE;
+    opening_ = true;
+  }
+  // The camera is reached outside the state lock; `opening_` keeps a second open out.
   auto port = MakeModule<tcPortGEV>(Name());
   GC_ERROR result = port->Connect(CameraAddress(), localAddress_);
-  if (result != GC_ERR_SUCCESS) {
-    failed = std::move(port);
-    return result;
-  }
-  ReadTimestampFrequency(port.get());
+  if (result == GC_ERR_SUCCESS) ReadTimestampFrequency(port.get());
+  tcMutexLock lock(stateMutex_);
+  opening_ = false;
+  if (result != GC_ERR_SUCCESS) return result;  // `port` goes after the lock is released
   port_ = std::move(port);
   open_ = true;
   accessStatus_ = DEVICE_ACCESS_STATUS_OPEN_READWRITE;

@@ -56,5 +56,6 @@ class tcDeviceGEV : public tcDevice {
   tsRecord record_;
   uint32_t localAddress_;
   std::atomic<uint64_t> frequency_{0};
+  bool opening_ GENTL_GUARDED_BY(stateMutex_) = false;
   ModuleOwner<tcPortGEV> port_ GENTL_GUARDED_BY(stateMutex_);
 };
