@@ -37,7 +37,6 @@ class tcDeviceGEV : public tcDevice {
 
   // Ticks per second of the camera's timestamps; 0 until Open.
   uint64_t TimestampFrequency() const { return frequency_.load(std::memory_order_relaxed); }
-  const tsRecord& Record() const { return record_; }
   // The camera's current IP address from the record, host order.
   uint32_t CameraAddress() const;
   // Host order.
