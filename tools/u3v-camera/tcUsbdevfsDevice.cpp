@@ -84,7 +84,8 @@ void tcUsbdevfsDevice::HandleIoctl(UMockdevIoctlClient* client) {
   } else if (request == USBDEVFS_GETDRIVER) {
     result = -ENODATA;  // no kernel driver is bound
   } else if (request != USBDEVFS_SETCONFIGURATION && request != USBDEVFS_CLAIMINTERFACE &&
-             request != USBDEVFS_RELEASEINTERFACE && request != USBDEVFS_RESET) {
+             request != USBDEVFS_DISCONNECT_CLAIM && request != USBDEVFS_RELEASEINTERFACE &&
+             request != USBDEVFS_RESET) {
     result = -ENOTTY;
   }
   umockdev_ioctl_client_complete(client, result < 0 ? -1 : result, result < 0 ? -result : 0);
