@@ -82,6 +82,7 @@ void tcU3vCamera::Answer(std::span<const uint8_t> command) {
   const auto requestId = Load<uint16_t>(command, 10);
   lastRequestId_ = requestId;
   std::span<const uint8_t> scd = command.subspan(kHeaderSize);
+  Record(commandId, requestId, scd);
   std::vector<uint8_t> data;
   uint16_t status = 0;
   if (Load<uint32_t>(command, 0) != kCommandPrefix || scdLength > scd.size())
@@ -217,6 +218,20 @@ void tcU3vCamera::AbandonFrame() {
 uint64_t tcU3vCamera::FramesSent() const {
   std::lock_guard lock(mutex_);
   return streamer_->FramesSent();
+}
+
+void tcU3vCamera::Record(uint16_t commandId, uint16_t requestId, std::span<const uint8_t> scd) {
+  tsCommandSeen seen{commandId, requestId, 0, 0};
+  if (scd.size() >= 8) seen.address = Load<uint64_t>(scd, 0);
+  if (commandId == kReadMem && scd.size() >= 12) seen.length = Load<uint16_t>(scd, 10);
+  if (commandId == kWriteMem && scd.size() >= 8)
+    seen.length = static_cast<uint16_t>(scd.size() - 8);
+  seen_.push_back(seen);
+}
+
+std::vector<tcU3vCamera::tsCommandSeen> tcU3vCamera::CommandsSeen() const {
+  std::lock_guard lock(mutex_);
+  return seen_;
 }
 
 uint32_t tcU3vCamera::CommandsReceived() const {

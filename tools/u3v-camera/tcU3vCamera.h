@@ -11,6 +11,7 @@
 #include <mutex>
 #include <optional>
 #include <span>
+#include <vector>
 
 #include "tcU3vRegisters.h"
 #include "tcU3vStreamer.h"
@@ -58,6 +59,15 @@ class tcU3vCamera {
   uint64_t FramesSent() const;
 
   // Observation for tests.
+  // One GenCP command as received: its id, request id, address and length (READMEM: the length
+  // asked for; WRITEMEM: the data bytes).
+  struct tsCommandSeen {
+    uint16_t commandId;
+    uint16_t requestId;
+    uint64_t address;
+    uint16_t length;
+  };
+  std::vector<tsCommandSeen> CommandsSeen() const;
   uint32_t CommandsReceived() const;
   uint16_t LastRequestId() const;
   uint64_t Register(uint64_t address, size_t size = 4) const;
@@ -69,6 +79,7 @@ class tcU3vCamera {
     tcWakeTimer::tcClock::time_point due;
   };
   void Answer(std::span<const uint8_t> command);
+  void Record(uint16_t commandId, uint16_t requestId, std::span<const uint8_t> scd);
   uint16_t ReadMem(std::span<const uint8_t> scd, std::vector<uint8_t>* data);
   uint16_t WriteMem(std::span<const uint8_t> scd, std::vector<uint8_t>* data);
   void Act(uint64_t address);
@@ -86,6 +97,7 @@ class tcU3vCamera {
   std::deque<tsAck> acks_;
   uint32_t commands_ = 0;
   uint16_t lastRequestId_ = 0;
+  std::vector<tsCommandSeen> seen_;
   std::function<void()> wake_;
   std::unique_ptr<tcU3vStreamer> streamer_;
   tcWakeTimer timer_;  // last: its thread stops before the rest goes
