@@ -12,7 +12,9 @@
 
 namespace {
 
-constexpr int kEventTimeoutUs = 10000;
+// Every completion wakes the wait at once, and so does a stop request (the stop hook interrupts
+// libusb's event handling), so the wait can be long: idle, the thread wakes once a second.
+constexpr timeval kEventWait = {1, 0};
 
 struct tsEventThreadState {
   tcMutex mutex;  // start, user count changes and join
@@ -31,9 +33,10 @@ tsEventThreadState& State() {
 void EventLoop(libusb_context* context, const std::atomic<int32_t>& users,
                const std::atomic<bool>& stop) {
   pthread_setname_np(pthread_self(), tcEventThreadU3V::kThreadName);
-  timeval timeout = {0, kEventTimeoutUs};
-  while (users.load() != 0 && !stop.load())
+  while (users.load() != 0 && !stop.load()) {
+    timeval timeout = kEventWait;
     libusb_handle_events_timeout(context, &timeout);
+  }
 }
 
 }  // namespace
