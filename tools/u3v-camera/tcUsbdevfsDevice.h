@@ -13,6 +13,7 @@
 #include <mutex>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "tcU3vCamera.h"
 
@@ -65,4 +66,7 @@ class tcUsbdevfsDevice {
   std::deque<tsUrb> reapable_;
   std::set<uint8_t> halted_;
   bool unplugged_ = false;
+  // References to drop once the ioctl is complete: umockdev copies resolved memory back to the
+  // client on completion, from objects that must still exist then.
+  std::vector<gpointer> held_;
 };
