@@ -42,9 +42,13 @@ tcUsbdevfsDevice::tcUsbdevfsDevice(tcU3vCamera& camera, const std::string& nodeP
   fifo_ = open(nodePath.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC);
   FillFifo();
   g_signal_connect(handler_, "handle-ioctl", G_CALLBACK(OnIoctl), this);
+  ready_.store(true, std::memory_order_release);
 }
 
 tcUsbdevfsDevice::~tcUsbdevfsDevice() {
+  // The testbed no longer calls the handler (the bench detached it); taking the lock orders the
+  // last handler call before what follows in a way ThreadSanitizer can see.
+  std::lock_guard lock(mutex_);
   auto release = [](tsUrb& urb) {
     if (urb.buffer) g_object_unref(urb.buffer);
     g_object_unref(urb.urb);
@@ -58,7 +62,11 @@ tcUsbdevfsDevice::~tcUsbdevfsDevice() {
 }
 
 gboolean tcUsbdevfsDevice::OnIoctl(UMockdevIoctlBase*, UMockdevIoctlClient* client, gpointer self) {
-  static_cast<tcUsbdevfsDevice*>(self)->HandleIoctl(client);
+  auto* device = static_cast<tcUsbdevfsDevice*>(self);
+  // Pairs with the constructor: the testbed hands the handler to its thread in ways
+  // ThreadSanitizer cannot see.
+  device->ready_.load(std::memory_order_acquire);
+  device->HandleIoctl(client);
   return TRUE;
 }
 

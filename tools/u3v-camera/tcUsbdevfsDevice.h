@@ -7,6 +7,7 @@
 #include <glib-object.h>
 #include <umockdev.h>
 
+#include <atomic>
 #include <cstdint>
 #include <deque>
 #include <map>
@@ -61,6 +62,7 @@ class tcUsbdevfsDevice {
   tcU3vCamera& camera_;
   UMockdevIoctlBase* handler_;
   int fifo_ = -1;
+  std::atomic<bool> ready_{false};
   mutable std::mutex mutex_;
   std::map<uint8_t, std::deque<tsUrb>> waiting_;  // IN URBs by endpoint, oldest first
   std::deque<tsUrb> reapable_;
