@@ -16,16 +16,17 @@ namespace {
 // libusb's event handling), so the wait can be long: idle, the thread wakes once a second.
 constexpr timeval kEventWait = {1, 0};
 
+// The thread is declared after the context it runs on, so that at unload it is joined first.
 struct tsEventThreadState {
   tcMutex mutex;  // start, user count changes and join
   std::atomic<int32_t> users{0};
-  tcThread thread GENTL_GUARDED_BY(mutex);
   tUsbContext context GENTL_GUARDED_BY(mutex);
+  tcThread thread GENTL_GUARDED_BY(mutex);
 };
 
 tsEventThreadState& State() {
-  static auto* state = new tsEventThreadState;  // outlives every device, also at exit
-  return *state;
+  static tsEventThreadState state;
+  return state;
 }
 
 // Pumps libusb events until the last user has left (the completion callbacks of the streams
@@ -58,8 +59,7 @@ void tcEventThreadU3V::Leave() {
   tsEventThreadState& state = State();
   tcMutexLock lock(state.mutex);
   if (--state.users != 0) return;
-  state.thread.RequestStop();
-  state.thread.Join();
+  state.thread = tcThread();  // stops (its hook wakes libusb) and joins it, context still alive
   state.context.reset();
   GENTL_LOG(kLogDebug, "libusb event thread stopped");
 }
