@@ -86,6 +86,7 @@ class tcU3vCamera {
   std::deque<tsAck> acks_;
   uint32_t commands_ = 0;
   uint16_t lastRequestId_ = 0;
+  tcWakeTimer::tcClock::time_point start_ = tcWakeTimer::tcClock::now();  // timestamp 0
   std::function<void()> wake_;
   std::unique_ptr<tcU3vStreamer> streamer_;
   tcWakeTimer timer_;  // last: its thread stops before the rest goes

@@ -10,11 +10,12 @@
 #include "U3vDescriptors.h"
 #include "tcUsbdevfsDevice.h"
 
+// The camera goes first: its timer thread may still call the device until it stops.
 struct tcU3vCameraBench::tsPlugged {
   std::string node;
   std::string sysPath;
-  std::unique_ptr<tcU3vCamera> camera;
   std::unique_ptr<tcUsbdevfsDevice> device;
+  std::unique_ptr<tcU3vCamera> camera;
   bool attached = false;
   bool present = false;
 };

@@ -46,6 +46,14 @@ class tcUsbdevfsDevice {
   };
   static gboolean OnIoctl(UMockdevIoctlBase* handler, UMockdevIoctlClient* client, gpointer self);
   void HandleIoctl(UMockdevIoctlClient* client);
+  // Keeps `current` and drops the URBs of clients that have closed the device node, as the
+  // kernel kills the URBs of a closed file.
+  void ForgetVanished(UMockdevIoctlClient* current);
+  template <typename tfWhich>
+  static void Drop(std::deque<tsUrb>& urbs, tfWhich which);
+  static void Release(tsUrb& urb);
+  int Dispatch(UMockdevIoctlClient* client, gulong request);
+  int GetCapabilities(UMockdevIoctlClient* client);
   int SubmitUrb(UMockdevIoctlClient* client);
   int ReapUrb(UMockdevIoctlClient* client);
   int DiscardUrb(UMockdevIoctlClient* client);
@@ -64,6 +72,7 @@ class tcUsbdevfsDevice {
   int fifo_ = -1;
   std::atomic<bool> ready_{false};
   mutable std::mutex mutex_;
+  std::map<UMockdevIoctlClient*, UMockdevIoctlClient*> clients_;  // each with a reference
   std::map<uint8_t, std::deque<tsUrb>> waiting_;  // IN URBs by endpoint, oldest first
   std::deque<tsUrb> reapable_;
   std::set<uint8_t> halted_;
