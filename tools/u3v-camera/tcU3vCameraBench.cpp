@@ -49,6 +49,7 @@ tcU3vCameraBench::tcU3vCameraBench() : testbed_(umockdev_testbed_new()) {
 tcU3vCameraBench::~tcU3vCameraBench() {
   for (auto& plugged : cameras_) {
     if (plugged->attached) umockdev_testbed_detach_ioctl(testbed_, plugged->node.c_str(), nullptr);
+    plugged->device->Settle();
   }
   cameras_.clear();
   g_object_unref(testbed_);

@@ -45,10 +45,11 @@ tcUsbdevfsDevice::tcUsbdevfsDevice(tcU3vCamera& camera, const std::string& nodeP
   ready_.store(true, std::memory_order_release);
 }
 
-tcUsbdevfsDevice::~tcUsbdevfsDevice() {
-  // The testbed no longer calls the handler (the bench detached it); taking the lock orders the
-  // last handler call before what follows in a way ThreadSanitizer can see.
+void tcUsbdevfsDevice::Settle() {
   std::lock_guard lock(mutex_);
+}
+
+tcUsbdevfsDevice::~tcUsbdevfsDevice() {
   for (auto& [endpoint, urbs] : waiting_)
     std::for_each(urbs.begin(), urbs.end(), Release);
   std::for_each(reapable_.begin(), reapable_.end(), Release);

@@ -27,6 +27,10 @@ class tcUsbdevfsDevice {
   tcUsbdevfsDevice& operator=(const tcUsbdevfsDevice&) = delete;
 
   UMockdevIoctlBase* Handler() const { return handler_; }
+  // Returns once no ioctl is being handled. After the testbed has detached the handler, this
+  // orders the last ioctl before what follows (the testbed's own synchronisation is invisible
+  // to ThreadSanitizer).
+  void Settle();
   // Surprise removal: URBs in flight complete with -ESHUTDOWN, every later ioctl fails with
   // ENODEV.
   void Unplug();
