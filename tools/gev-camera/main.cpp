@@ -37,9 +37,11 @@ const char kUsage[] =
     "  --silent           never answer discovery\n"
     "  --refuse ADDR:STATUS  refuse every access covering ADDR with GVCP STATUS (hex, repeatable;\n"
     "                     e.g. 0x10000:0x8007 answers BUSY)\n"
-    "  --port N           control port (3956)\n";
+    "  --port N           control port (3956)\n"
+    "  --first-block N    64-bit block id of the first frame (1)\n";
 
-bool ParseOptions(int argc, char** argv, tsGevCameraOptions* options, int* port) {
+bool ParseOptions(int argc, char** argv, tsGevCameraOptions* options, int* port,
+                  uint64_t* firstBlock) {
   for (int i = 1; i < argc; ++i) {
     std::string option = argv[i];
     bool hasValue = i + 1 < argc;
@@ -88,13 +90,16 @@ bool ParseOptions(int argc, char** argv, tsGevCameraOptions* options, int* port)
       unsigned address = 0, status = 0;
       if (sscanf(argv[++i], "%x:%x", &address, &status) != 2 || status > 0xFFFF) return false;
       options->refusals.emplace_back(address, static_cast<uint16_t>(status));
+    } else if (option == "--first-block") {
+      *firstBlock = std::strtoull(argv[++i], nullptr, 10);
     } else if (option == "--port") {
       *port = std::atoi(argv[++i]);
     } else {
       return false;
     }
   }
-  return options->width >= 16 && options->height >= 1 && *port > 0 && *port < 65536;
+  return options->width >= 16 && options->height >= 1 && *port > 0 && *port < 65536 &&
+         *firstBlock >= 1;
 }
 
 }  // namespace
@@ -102,7 +107,8 @@ bool ParseOptions(int argc, char** argv, tsGevCameraOptions* options, int* port)
 int main(int argc, char** argv) {
   tsGevCameraOptions options;
   int port = tcGevCamera::kPort;
-  if (!ParseOptions(argc, argv, &options, &port)) {
+  uint64_t firstBlock = 1;
+  if (!ParseOptions(argc, argv, &options, &port, &firstBlock)) {
     fputs(kUsage, stderr);
     return 2;
   }
@@ -113,7 +119,7 @@ int main(int argc, char** argv) {
   sigaddset(&signals, SIGTERM);
   pthread_sigmask(SIG_BLOCK, &signals, nullptr);
   tcGevCamera camera(options);
-  tcGvspStreamer streamer(camera, options.faults);
+  tcGvspStreamer streamer(camera, options.faults, firstBlock);
   tcGvcpServer server(camera, [&streamer] { streamer.Wake(); });
   std::string error = streamer.Start();
   if (error.empty()) error = server.Start(static_cast<uint16_t>(port));
