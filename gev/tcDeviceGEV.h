@@ -42,6 +42,8 @@ class tcDeviceGEV : public tcDevice {
   uint32_t CameraAddress() const;
   // Host order.
   uint32_t LocalAddress() const { return localAddress_; }
+  // The device ID of the camera of `record`: model name, ":", serial number.
+  static std::string DeviceId(const tsRecord& record);
   // True when `record` carries this camera's MAC address.
   bool SameCamera(const tsRecord& record) const;
 

@@ -15,6 +15,7 @@
 #include "base/tcMutex.h"
 #include "base/tcThread.h"
 #include "base/tcUdpSocket.h"
+#include "gev/Gvcp.h"
 #include "modules/tcPort.h"
 
 class tcPortGEV : public tcPort {
@@ -74,28 +75,48 @@ class tcPortGEV : public tcPort {
   };
   static std::span<const tsCapabilityName> CapabilityNames();
 
+  // The next command carries the id after `last` (1 after 0xFFFF).
+  void SetLastRequestId(uint16_t last) { requestId_.store(last); }
+
  private:
   struct tsManifestEntry {
     uint32_t version;  // host order
     uint32_t urlAddress;
   };
 
+  // How one wait for an acknowledgement ended.
+  enum class Reply { kReceived, kTimeout, kWaitFailed, kReceiveFailed };
+
   uint16_t NextRequestId();
-  void ReadManifest();
+  void ReadManifest() GENTL_REQUIRES(AccessMutex());
   void HeartBeatThread(const std::atomic<bool>& stopRequested);
-  void StopHeartbeat();
-  GenTL::GC_ERROR ReadMem(uint64_t address, uint8_t* buffer, size_t size);
-  GenTL::GC_ERROR WriteMem(uint64_t address, const uint8_t* buffer, size_t size);
-  // Sends one command and waits for its acknowledgement; see the .cpp for the result codes.
-  GenTL::GC_ERROR ReadChunk(uint32_t address, uint8_t* buffer, size_t size);
-  GenTL::GC_ERROR WriteChunk(uint32_t address, const uint8_t* buffer, size_t size);
+  GenTL::GC_ERROR ReadRegLocked(uint64_t address, uint32_t* bigEndianValue)
+      GENTL_REQUIRES(AccessMutex());
+  GenTL::GC_ERROR WriteRegLocked(uint64_t address, uint32_t* bigEndianValue)
+      GENTL_REQUIRES(AccessMutex());
+  GenTL::GC_ERROR ReadMem(uint64_t address, uint8_t* buffer, size_t size)
+      GENTL_REQUIRES(AccessMutex());
+  GenTL::GC_ERROR WriteMem(uint64_t address, const uint8_t* buffer, size_t size)
+      GENTL_REQUIRES(AccessMutex());
+  // One READMEM/WRITEMEM chunk; *stop is set when the access must end after it.
+  GenTL::GC_ERROR ReadChunk(uint32_t address, uint8_t* buffer, size_t size, bool* stop)
+      GENTL_REQUIRES(AccessMutex());
+  GenTL::GC_ERROR WriteChunk(uint32_t address, const uint8_t* buffer, size_t size, bool* stop)
+      GENTL_REQUIRES(AccessMutex());
   // Discards datagrams left over from exchanges that timed out.
-  void DrainStale();
-  // Waits for one datagram: >0 bytes received, 0 time-out, <0 -errno of the wait or receive.
-  long ReceiveReply(std::span<std::byte> buffer, bool* timedOut);
+  void DrainStale() GENTL_REQUIRES(AccessMutex());
+  // Sends `command` whole; false (and the log line, for `function`) otherwise.
+  bool SendCommand(const char* function, std::span<const std::byte> command)
+      GENTL_REQUIRES(AccessMutex());
+  // Waits up to 300 ms for one datagram; *received is its size, *error the errno of a failure.
+  Reply ReceiveReply(std::span<std::byte> buffer, size_t* received, int* error)
+      GENTL_REQUIRES(AccessMutex());
+  // Logs for `function` why an acknowledgement was refused (nothing for kGood and kShort).
+  void LogRefusal(const char* function, gvcp::AckVerdict verdict, uint16_t requestId,
+                  const gvcp::tsAckHeader& ack);
+  // The text of URL `index` (one 512-byte read of its register).
   GenTL::GC_ERROR UrlText(uint32_t index, std::string* url);
-  GenTL::GC_ERROR VersionAnswer(uint32_t index, int32_t command, int32_t* type, void* buffer,
-                                size_t* size);
+  uint32_t UrlCount() const;
 
   tcUdpSocket socket_;        // control exchanges, under the access mutex
   tcUdpSocket resendSocket_;  // PACKETRESEND_CMD only, under resendMutex_
@@ -107,8 +128,7 @@ class tcPortGEV : public tcPort {
   std::vector<tsManifestEntry> manifest_;  // written by Connect only
   std::atomic<uint16_t> requestId_{0};
   std::mutex resendMutex_;
-  std::mutex heartbeatMutex_;
+  std::mutex heartbeatMutex_;  // pairs with heartbeatWake_, so that a stop is never missed
   std::condition_variable heartbeatWake_;
-  bool heartbeatStop_ = false;  // guarded by heartbeatMutex_
   tcThread heartbeat_;
 };

@@ -281,7 +281,7 @@ void tcInterface::AddFeatures(tcFeatureTable& table) {
                  .access = "WO",
                  .read = readSelector,  // a read of the command answers the selector
                  .write = [this](const void*, size_t*) {
-                   UpdateDeviceList(nullptr, 0);
+                   UpdateDeviceList(nullptr, DefaultUpdateTimeout());
                    return GC_ERR_SUCCESS;
                  }});
   table.Feature({.kind = kRegisterInteger,

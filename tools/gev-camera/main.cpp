@@ -38,6 +38,9 @@ const char kUsage[] =
     "  --refuse ADDR:STATUS  refuse every access covering ADDR with GVCP STATUS (hex, repeatable;\n"
     "                     e.g. 0x10000:0x8007 answers BUSY)\n"
     "  --port N           control port (3956)\n"
+    "  --tick-frequency N timestamp ticks per second reported (1000000000; 0 reports none)\n"
+    "  --heartbeat-cap MS drop the privilege after at most MS without a heartbeat, whatever\n"
+    "                     time-out the application wrote (no cap)\n"
     "  --first-block N    64-bit block id of the first frame (1)\n";
 
 bool ParseOptions(int argc, char** argv, tsGevCameraOptions* options, int* port,
@@ -90,6 +93,10 @@ bool ParseOptions(int argc, char** argv, tsGevCameraOptions* options, int* port,
       unsigned address = 0, status = 0;
       if (sscanf(argv[++i], "%x:%x", &address, &status) != 2 || status > 0xFFFF) return false;
       options->refusals.emplace_back(address, static_cast<uint16_t>(status));
+    } else if (option == "--tick-frequency") {
+      options->tickFrequency = std::strtoull(argv[++i], nullptr, 10);
+    } else if (option == "--heartbeat-cap") {
+      options->heartbeatCapMs = static_cast<uint32_t>(std::strtoul(argv[++i], nullptr, 10));
     } else if (option == "--first-block") {
       *firstBlock = std::strtoull(argv[++i], nullptr, 10);
     } else if (option == "--port") {

@@ -1,6 +1,7 @@
 // The GigE Vision control protocol of the emulated camera.
 #include "tcGevCamera.h"
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <utility>
@@ -263,7 +264,9 @@ void tcGevCamera::Expire(uint64_t nowNs) {
 
 void tcGevCamera::ExpireLocked(uint64_t nowNs) {
   if (owner_.address == 0) return;
-  uint64_t timeoutNs = uint64_t{registers_.Get(tcGevRegisters::kHeartbeatTimeout)} * 1000000;
+  uint32_t timeoutMs = registers_.Get(tcGevRegisters::kHeartbeatTimeout);
+  if (options_.heartbeatCapMs != 0) timeoutMs = std::min(timeoutMs, options_.heartbeatCapMs);
+  uint64_t timeoutNs = uint64_t{timeoutMs} * 1000000;
   if (nowNs - ownerSeenNs_ <= timeoutNs) return;
   owner_ = {};
   Release();

@@ -87,7 +87,8 @@ tcGevRegisters::tcGevRegisters(const tsGevCameraOptions& options)
   Set(kGvcpCapability,
       0xC0000002u | (options.manifest ? 0x04000000u : 0) | (options.resend ? 0x00400004u : 0));
   Set(kHeartbeatTimeout, 3000);
-  Set(kTickFrequencyLow, 1000000000);
+  Set(kTickFrequencyLow - 4, static_cast<uint32_t>(options.tickFrequency >> 32));
+  Set(kTickFrequencyLow, static_cast<uint32_t>(options.tickFrequency));
   Set(kPacketSize, 0x40000000u | 1500);  // do not fragment, 1500 bytes
   Set(0x0D20, 0x80000000u);              // big and little endian payload
   if (manifest_) {

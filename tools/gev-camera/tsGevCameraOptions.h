@@ -18,10 +18,12 @@ struct tsGevCameraOptions {
   uint64_t mac = 0;  // 48 bits; 0 derives one from the address a command arrives on
   uint16_t versionMajor = 2;
   uint16_t versionMinor = 0;
-  bool manifest = false;    // a manifest table at 0x9000
-  bool resend = true;       // PACKETRESEND offered and served
-  bool extendedIds = true;  // 64-bit block ids offered in gvsp_capability
-  bool silent = false;      // no answer to discovery
+  bool manifest = false;                // a manifest table at 0x9000
+  bool resend = true;                   // PACKETRESEND offered and served
+  bool extendedIds = true;              // 64-bit block ids offered in gvsp_capability
+  bool silent = false;                  // no answer to discovery
+  uint64_t tickFrequency = 1000000000;  // timestamp ticks per second reported (0: none)
+  uint32_t heartbeatCapMs = 0;          // longest heartbeat time-out honoured (0: no cap)
   tsFaultOptions faults;
   // Accesses that cover one of these addresses are refused with its GVCP status, so that a
   // client's handling of every status can be tried.
