@@ -10,6 +10,7 @@
 #include "base/Log.h"
 #include "base/tsSocketAddress.h"
 #include "gev/Gvcp.h"
+#include "gev/tcDataStreamGEV.h"
 #include "gev/tcPortGEV.h"
 #include "modules/InfoAnswer.h"
 
@@ -73,6 +74,7 @@ GC_ERROR tcDeviceGEV::Open(int32_t openFlags) {
     failed = std::move(port);
     return result;
   }
+  streams_.push_back(MakeModule<tcDataStreamGEV>("Stream0", this, port.get()));
   ReadTimestampFrequency(port.get());
   port_ = std::move(port);
   open_ = true;
