@@ -67,10 +67,10 @@ TEST(Gvcp, CommandHeader) {
 TEST(Gvcp, AcknowledgeChecksInOrder) {
   gvcp::tsAckHeader header;
   using enum gvcp::AckVerdict;
-  EXPECT_EQ(gvcp::CheckAck(Ack(0, 0x81, 4, 7, 4), 7, 0x81, 12, &header), kGood);
-  EXPECT_EQ(gvcp::CheckAck(std::span(Ack(0, 0x81, 4, 7, 4)).first(11), 7, 0x81, 12, &header),
-            kShort);
-  EXPECT_EQ(gvcp::CheckAck(std::span(Ack(0, 0x81, 4, 7, 4)).first(7), 7, 0x81, 0, &header), kShort);
+  const std::vector<std::byte> good = Ack(0, 0x81, 4, 7, 4);
+  EXPECT_EQ(gvcp::CheckAck(good, 7, 0x81, 12, &header), kGood);
+  EXPECT_EQ(gvcp::CheckAck(std::span(good).first(11), 7, 0x81, 12, &header), kShort);
+  EXPECT_EQ(gvcp::CheckAck(std::span(good).first(7), 7, 0x81, 0, &header), kShort);
   EXPECT_EQ(gvcp::CheckAck(Ack(0x8006, 0x81, 4, 6, 4), 7, 0x81, 12, &header), kMismatch);
   EXPECT_EQ(gvcp::CheckAck(Ack(0x8006, 0x85, 4, 7, 4), 7, 0x81, 12, &header), kFailed);
   EXPECT_EQ(header.status, 0x8006);

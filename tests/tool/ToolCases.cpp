@@ -1,5 +1,6 @@
 // gentl-tool run as a user runs it: every command with its output and exit code, and each way
-// it can fail. No case searches the GEV interface for devices.
+// it can fail. No case here searches the GEV interface for devices (GevToolCases.cpp does, on
+// the network bench).
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
