@@ -90,7 +90,6 @@ GC_ERROR tcDataStreamGEV::Open() {
   if (result == GC_ERR_SUCCESS) result = NegotiatePacketsize();
   if (result != GC_ERR_SUCCESS) return result;
   dropped_.store(0);
-  acquired_.store(0);
   return tcDataStream::Open();
 }
 
@@ -280,11 +279,9 @@ void tcDataStreamGEV::AcquistionThread(uint64_t frames) {
                              datagrams[i].peer.address);
     }
     dropped_.store(droppedBefore + assembler.Dropped());
-    acquired_.store(assembler.Completed());
   }
   assembler.ReturnInProgress();
   dropped_.store(droppedBefore + assembler.Dropped());
-  acquired_.store(assembler.Completed());
   GENTL_LOG(kLogInfo, "Exit : frames captured = %lld", assembler.Completed());
   running_.store(false);
   if (!acquisition_.StopRequested()) AcquisitionEnded();

@@ -74,5 +74,4 @@ class tcDataStreamGEV : public tcDataStream, private tcGvspAssemblerTarget {
   std::atomic<bool> resendEnabled_{false};
   std::atomic<bool> running_{false};
   std::atomic<uint32_t> dropped_{0};
-  std::atomic<uint64_t> acquired_{0};
 };

@@ -50,6 +50,17 @@ class GevStreamTest : public GevStreamConsumerTest {
     return ids;
   }
 
+  static std::string IdList(const std::vector<uint64_t>& ids) {
+    std::string list;
+    for (uint64_t id : ids)
+      list += std::to_string(id) + " ";
+    return list;
+  }
+  static std::string FirstWarning(const std::string& log) {
+    size_t at = log.find("warning");
+    return at == std::string::npos ? "no warning" : log.substr(at, log.find('\n', at) - at);
+  }
+
   static bool Consecutive(const std::vector<uint64_t>& ids) {
     for (size_t i = 1; i < ids.size(); ++i) {
       if (ids[i] != ids[i - 1] + 1) return false;
@@ -187,15 +198,17 @@ TEST_F(GevStreamTest, TwoPercentLossWithResendCompletesEveryFrame) {
   ASSERT_TRUE(Prepare({"--loss", "0.02", "--seed", "5"}, 256, 64));
   ASSERT_EQ(WriteCamera(kPacketSize, 1500), GC_ERR_SUCCESS);
   AnnounceAndQueue(16, payload_);
-  // Resent packets must arrive before two newer frames start: 10 ms per frame leaves room on a
+  // Resent packets must arrive before two newer frames start: 40 ms per frame leaves room on a
   // busy machine.
-  SetFrameRate(100);
+  SetFrameRate(25);
   Start();
-  std::vector<uint64_t> ids = Grab(200);
+  std::vector<uint64_t> ids = Grab(100);
   Stop();
+  // A frame that waited for a resend may be delivered after the next one: every id once.
+  std::sort(ids.begin(), ids.end());
   std::string text = log.Text();
-  EXPECT_TRUE(Consecutive(ids));
-  EXPECT_EQ(ids.size(), 200u);
+  EXPECT_TRUE(Consecutive(ids)) << IdList(ids) << FirstWarning(text);
+  EXPECT_EQ(ids.size(), 100u);
   EXPECT_TRUE(HasLogLine(
       text,
       R"(gentl: info \[tcDataStreamGEV::AcquistionThread\] Requesting Retransmission of [0-9]+ packets frame [0-9]+)"));
@@ -370,6 +383,42 @@ TEST_F(GevStreamTest, StopDuringAFrameAndRestart) {
     EXPECT_EQ(Lib().DSFlushQueue(stream_, ACQ_QUEUE_ALL_DISCARD), GC_ERR_SUCCESS);
     EXPECT_EQ(Lib().DSFlushQueue(stream_, ACQ_QUEUE_ALL_TO_INPUT), GC_ERR_SUCCESS);
   }
+}
+
+TEST_F(GevStreamTest, StartRefusesFlagsAndAZeroCountAndASecondStart) {
+  StderrCapture log;
+  ASSERT_TRUE(Prepare({}, 64, 16));
+  EXPECT_EQ(Lib().DSStartAcquisition(stream_, 0, 0), GC_ERR_INVALID_PARAMETER);
+  EXPECT_EQ(Lib().DSStartAcquisition(stream_, 1, 10), GC_ERR_NOT_IMPLEMENTED);
+  EXPECT_FALSE(StreamInfo<bool8_t>(STREAM_INFO_IS_GRABBING));
+  EXPECT_EQ(Lib().DSStartAcquisition(stream_, 0, 10), GC_ERR_SUCCESS);
+  EXPECT_EQ(Lib().DSStartAcquisition(stream_, 0, 10), GC_ERR_RESOURCE_IN_USE);
+  EXPECT_EQ(Lib().DSStopAcquisition(stream_, 0), GC_ERR_SUCCESS);
+  EXPECT_EQ(Lib().DSStopAcquisition(stream_, 0), GC_ERR_SUCCESS);
+  EXPECT_EQ(ReadCamera(kStreamPort), 0u);
+  EXPECT_TRUE(HasLogLine(
+      log.Text(),
+      R"(gentl: warning \[tcDataStreamGEV::StartAcquisition\] tcDataStreamGEV, iStartFlags = 1 \(Request Not Implemented\))"));
+}
+
+// A frame budget ends the acquisition by itself; the next start joins the ended thread.
+TEST_F(GevStreamTest, AFrameBudgetEndsTheAcquisition) {
+  StderrCapture log;
+  ASSERT_TRUE(Prepare({}, 256, 64));
+  AnnounceAndQueue(8, payload_);
+  SetFrameRate(200);
+  for (int round = 0; round < 2; ++round) {
+    Start(3);
+    EXPECT_EQ(Grab(3).size(), 3u);
+    for (int wait = 0; wait < 100 && StreamInfo<bool8_t>(STREAM_INFO_IS_GRABBING); ++wait)
+      usleep(10000);
+    EXPECT_FALSE(StreamInfo<bool8_t>(STREAM_INFO_IS_GRABBING));
+    ASSERT_EQ(WriteCamera(kAcquisitionStop, 1), GC_ERR_SUCCESS);
+  }
+  EXPECT_EQ(Lib().DSStopAcquisition(stream_, 0), GC_ERR_SUCCESS);
+  EXPECT_TRUE(HasLogLine(
+      log.Text(),
+      R"(gentl: info \[tcDataStreamGEV::AcquistionThread\] Exit : frames captured = 3)"));
 }
 
 TEST_F(GevStreamTest, DevCloseWhileStreaming) {
