@@ -3,7 +3,8 @@
 // pair with MTU 9000, at 1, 10 and 20 Gb/s. For each rate: frames delivered and lost by the
 // producer (through the GenTL functions, as a consumer) and the CPU of its process beside the
 // consumer's own thread; then arv-camera-test-0.8 on a fresh camera, its frames, failures and
-// CPU. Run as root: build/<config>/bench/gev_stream_bench [seconds] [rates...]
+// CPU. The stream asks for a 64 MiB socket buffer unless GENTL_GEV_RCVBUF says otherwise.
+// Run as root: build/<config>/bench/gev_stream_bench [seconds] [rates...]
 #include <arpa/inet.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -236,6 +237,9 @@ int main(int argc, char** argv) {
     printf("gev_stream_bench: %s\n", why.c_str());
     return 1;
   }
+  // A 5 MB frame arrives as one burst; the default 256 KiB socket buffer overflows at any rate.
+  setenv("GENTL_GEV_RCVBUF", "67108864", 0);
+  printf("GENTL_GEV_RCVBUF=%s\n", getenv("GENTL_GEV_RCVBUF"));
   GenTLLibrary lib;
   if (!lib.Open(GENTL_CTI_PATH)) {
     printf("gev_stream_bench: %s\n", lib.Error().c_str());
