@@ -364,13 +364,16 @@ TEST_F(GevStreamTest, PacketsFromAnotherSenderAreIgnored) {
 }
 
 TEST_F(GevStreamTest, StopDuringAFrameAndRestart) {
-  // 1 MiB frames at 1500 bytes: a stop soon after the start falls inside a frame.
+  // 1 MiB frames in 723 packets 100 us apart: each frame takes 72 ms on the wire, so a stop
+  // 30 ms after the start falls inside the first one.
   ASSERT_TRUE(Prepare({}, 1024, 1024));
   ASSERT_EQ(WriteCamera(kPacketSize, 1500), GC_ERR_SUCCESS);
+  ASSERT_EQ(WriteCamera(kPacketDelay, 100000), GC_ERR_SUCCESS);
   AnnounceAndQueue(3, payload_);
-  SetFrameRate(50);
+  SetFrameRate(5);
   for (int round = 0; round < 3; ++round) {
     Start();
+    if (round == 0) usleep(30000);
     if (round > 0) {
       EXPECT_EQ(Grab(2).size(), 2u);
     }

@@ -24,6 +24,7 @@ class GevStreamConsumerTest : public SystemConsumerTest {
   static constexpr uint64_t kFrameRate = 0x10028;
   static constexpr uint64_t kPacketSize = 0x0D04;
   static constexpr uint64_t kStreamPort = 0x0D00;
+  static constexpr uint64_t kPacketDelay = 0x0D08;
 
   void SetUp() override {
     std::string why = EnterPrivateNetwork();
