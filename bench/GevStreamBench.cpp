@@ -62,6 +62,11 @@ float FrameRate(double gbps) {
   return static_cast<float>(gbps * 1e9 / (double(kWidth) * kHeight * 8));
 }
 
+// Payload bits of `frames` complete frames over `seconds`, in Gb/s.
+double DeliveredGbps(uint64_t frames, double seconds) {
+  return double(frames) * kWidth * kHeight * 8 / seconds / 1e9;
+}
+
 std::string StartCamera(tcNetBench& bench, tsBenchLink* link) {
   return bench.AddCamera(
       std::vector<std::string>{GEV_CAMERA_PATH, "--width", std::to_string(kWidth), "--height",
@@ -179,11 +184,13 @@ void RunAravis(const tsBenchLink& link, double gbps, double seconds) {
     size_t at = report.find(name);
     return at == std::string::npos ? -1 : std::atol(report.c_str() + report.find('=', at) + 1);
   };
+  long completed = counter("n_completed_buffers");
+  double delivered = DeliveredGbps(completed < 0 ? 0 : uint64_t(completed), seconds);
   printf(
-      "  aravis:   %6ld frames completed, %4ld failures, %4ld underruns, %6ld resent packets; "
-      "process CPU %5.1f %% (%.2f %% per Gb/s); camera CPU %5.1f %%\n",
-      counter("n_completed_buffers"), counter("n_failures"), counter("n_underruns"),
-      counter("n_resent_packets"), 100 * cpu / seconds, 100 * cpu / seconds / gbps,
+      "  aravis:   %6ld frames complete (%.2f Gb/s), %4ld failures, %4ld underruns, %6ld resent "
+      "packets; process CPU %5.1f %% (%.2f %% per delivered Gb/s); camera CPU %5.1f %%\n",
+      completed, delivered, counter("n_failures"), counter("n_underruns"),
+      counter("n_resent_packets"), 100 * cpu / seconds, 100 * cpu / seconds / delivered,
       100 * camera / seconds);
 }
 
@@ -202,13 +209,13 @@ void Measure(GenTLLibrary& lib, double gbps, double seconds) {
     if (!run.ok) {
       printf("  producer: the camera could not be opened\n");
     } else {
-      double expected = FrameRate(gbps) * run.seconds;
+      double delivered = DeliveredGbps(run.delivered, run.seconds);
       printf(
-          "  producer: %6lu frames delivered of about %.0f sent, %lu incomplete, %lu underruns; "
-          "receive CPU %5.1f %% (%.2f %% per Gb/s); camera CPU %5.1f %%\n",
-          static_cast<unsigned long>(run.delivered), expected,
+          "  producer: %6lu frames complete (%.2f Gb/s), %lu incomplete, %lu underruns; receive "
+          "CPU %5.1f %% (%.2f %% per delivered Gb/s); camera CPU %5.1f %%\n",
+          static_cast<unsigned long>(run.delivered), delivered,
           static_cast<unsigned long>(run.incomplete), static_cast<unsigned long>(run.underrun),
-          100 * run.receiveCpu / run.seconds, 100 * run.receiveCpu / run.seconds / gbps,
+          100 * run.receiveCpu / run.seconds, 100 * run.receiveCpu / run.seconds / delivered,
           100 * run.cameraCpu / run.seconds);
     }
   }

@@ -259,15 +259,19 @@ void tcDataStreamGEV::AcquistionThread(uint64_t frames) {
   tcPoll poll;
   size_t socketIndex = poll.Add(socket_.Fd());
   size_t wakeIndex = poll.Add(wake_.Fd());
+  bool full = false;  // the last batch was full: more is waiting, no need to poll first
   while (!acquisition_.StopRequested() && assembler.Completed() < frames) {
-    tsIoResult ready = poll.Wait(kReceiveWaitMs);
-    if (!ready.Ok()) {
-      GENTL_LOG(kLogError, "Error On Select: %d", ready.error);
-      break;
+    if (!full) {
+      tsIoResult ready = poll.Wait(kReceiveWaitMs);
+      if (!ready.Ok()) {
+        GENTL_LOG(kLogError, "Error On Select: %d", ready.error);
+        break;
+      }
+      if (ready.count != 0 && poll.Readable(wakeIndex)) wake_.Drain();  // the loop sees the stop
+      if (ready.count == 0 || !poll.Readable(socketIndex)) continue;
     }
-    if (ready.count != 0 && poll.Readable(wakeIndex)) wake_.Drain();  // the loop sees the stop
-    if (ready.count == 0 || !poll.Readable(socketIndex)) continue;
     tsIoResult received = socket_.ReceiveBatch(datagrams);
+    full = received.Ok() && received.count == kBatch;
     if (!received.Ok()) {
       if (received.error == EAGAIN || received.error == EINTR) continue;
       GENTL_LOG(kLogError, "Error On recvfrom: %d", received.error);
