@@ -4,7 +4,8 @@
 // producer (through the GenTL functions, as a consumer) and the CPU of its process beside the
 // consumer's own thread; then arv-camera-test-0.8 on a fresh camera, its frames, failures and
 // CPU. The stream asks for a 64 MiB socket buffer unless GENTL_GEV_RCVBUF says otherwise.
-// Run as root: build/<config>/bench/gev_stream_bench [seconds] [rates...]
+// Run as root: build/<config>/bench/gev_stream_bench [seconds] [Gb/s ...] [gev-camera options],
+// e.g. gev_stream_bench 8 10 --loss 0.02 for 2 % of the payload packets lost (and resent).
 #include <arpa/inet.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -67,11 +68,14 @@ double DeliveredGbps(uint64_t frames, double seconds) {
   return double(frames) * kWidth * kHeight * 8 / seconds / 1e9;
 }
 
+// Options for every gev-camera the bench starts (faults, for example).
+std::vector<std::string> gCameraOptions;
+
 std::string StartCamera(tcNetBench& bench, tsBenchLink* link) {
-  return bench.AddCamera(
-      std::vector<std::string>{GEV_CAMERA_PATH, "--width", std::to_string(kWidth), "--height",
-                               std::to_string(kHeight)},
-      tcNetBench::kJumboMtu, link);
+  std::vector<std::string> command{GEV_CAMERA_PATH, "--width", std::to_string(kWidth), "--height",
+                                   std::to_string(kHeight)};
+  command.insert(command.end(), gCameraOptions.begin(), gCameraOptions.end());
+  return bench.AddCamera(command, tcNetBench::kJumboMtu, link);
 }
 
 // The producer's run: frames delivered, lost (started but not delivered, and skipped for lack
@@ -236,8 +240,13 @@ void Measure(GenTLLibrary& lib, double gbps, double seconds) {
 int main(int argc, char** argv) {
   double seconds = argc > 1 ? std::atof(argv[1]) : 10;
   std::vector<double> rates;
-  for (int i = 2; i < argc; ++i)
+  for (int i = 2; i < argc; ++i) {
+    if (argv[i][0] == '-') {
+      gCameraOptions.assign(argv + i, argv + argc);
+      break;
+    }
     rates.push_back(std::atof(argv[i]));
+  }
   if (rates.empty()) rates = {1, 10, 20};
   std::string why = EnterPrivateNetwork();
   if (!why.empty()) {
