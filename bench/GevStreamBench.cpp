@@ -265,6 +265,8 @@ int main(int argc, char** argv) {
   double load[3] = {};
   getloadavg(load, 3);
   printf("%ld cores, load average %.2f at the start (the machine may be shared)\n", cores, load[0]);
+  for (const std::string& option : gCameraOptions)
+    printf("gev-camera option %s\n", option.c_str());
   for (double gbps : rates)
     Measure(lib, gbps, seconds);
   return 0;
