@@ -59,6 +59,21 @@ double ProcessCpu(pid_t pid) {
   return double(user + system) / double(sysconf(_SC_CLK_TCK));
 }
 
+// UDP datagrams this network namespace dropped for a full socket buffer (RcvbufErrors).
+long UdpReceiveBufferErrors() {
+  std::ifstream file("/proc/net/snmp");
+  std::string names, values;
+  while (std::getline(file, names) && names.rfind("Udp:", 0) != 0) {
+  }
+  std::getline(file, values);
+  std::istringstream nameFields(names), valueFields(values);
+  std::string name, value;
+  while (nameFields >> name && valueFields >> value) {
+    if (name == "RcvbufErrors") return std::stol(value);
+  }
+  return -1;
+}
+
 float FrameRate(double gbps) {
   return static_cast<float>(gbps * 1e9 / (double(kWidth) * kHeight * 8));
 }
@@ -86,6 +101,7 @@ struct tsProducerRun {
   uint64_t incomplete = 0;
   uint64_t underrun = 0;
   double seconds = 0;
+  long droppedDatagrams = 0;  // by the kernel, for a full socket buffer
   double receiveCpu = 0;
   double cameraCpu = 0;
 };
@@ -144,6 +160,7 @@ tsProducerRun RunProducer(GenTLLibrary& lib, const tsBenchLink& link, double gbp
   double start = Now();
   double cpuStart = CpuSeconds(RUSAGE_SELF) - CpuSeconds(RUSAGE_THREAD);
   double cameraStart = ProcessCpu(link.pid);
+  long droppedStart = UdpReceiveBufferErrors();
   while (Now() - start < seconds) {
     EVENT_NEW_BUFFER_DATA data{};
     size_t dataSize = sizeof data;
@@ -153,6 +170,7 @@ tsProducerRun RunProducer(GenTLLibrary& lib, const tsBenchLink& link, double gbp
   run.seconds = Now() - start;
   run.receiveCpu = CpuSeconds(RUSAGE_SELF) - CpuSeconds(RUSAGE_THREAD) - cpuStart;
   run.cameraCpu = ProcessCpu(link.pid) - cameraStart;
+  run.droppedDatagrams = UdpReceiveBufferErrors() - droppedStart;
   WriteCamera(lib, port, 0x10020, 1);
   lib.DSStopAcquisition(stream, 0);
   uint64_t started = StreamInfo<uint64_t>(lib, stream, STREAM_INFO_NUM_STARTED);
@@ -215,12 +233,13 @@ void Measure(GenTLLibrary& lib, double gbps, double seconds) {
     } else {
       double delivered = DeliveredGbps(run.delivered, run.seconds);
       printf(
-          "  producer: %6lu frames complete (%.2f Gb/s), %lu incomplete, %lu underruns; receive "
-          "CPU %5.1f %% (%.2f %% per delivered Gb/s); camera CPU %5.1f %%\n",
+          "  producer: %6lu frames complete (%.2f Gb/s), %lu incomplete, %lu underruns, %ld "
+          "datagrams dropped by the kernel; receive CPU %5.1f %% (%.2f %% per delivered Gb/s); "
+          "camera CPU %5.1f %%\n",
           static_cast<unsigned long>(run.delivered), delivered,
           static_cast<unsigned long>(run.incomplete), static_cast<unsigned long>(run.underrun),
-          100 * run.receiveCpu / run.seconds, 100 * run.receiveCpu / run.seconds / delivered,
-          100 * run.cameraCpu / run.seconds);
+          run.droppedDatagrams, 100 * run.receiveCpu / run.seconds,
+          100 * run.receiveCpu / run.seconds / delivered, 100 * run.cameraCpu / run.seconds);
     }
   }
   if (access("/usr/bin/arv-camera-test-0.8", X_OK) != 0) {
