@@ -34,8 +34,8 @@ tcDeviceGEV::tcDeviceGEV(const tsRecord& record, std::string id, tcInterface* pa
   serialNumber_ = RecordText(record_, gvcp::kRecordSerial, 16);
   version_ = RecordText(record_, gvcp::kRecordVersion, 32);
   tlType_ = "GEV";
-  displayName_ = model_ + " [" + tsSocketAddress::Text(CameraAddress()) + "]";
   tcMutexLock lock(stateMutex_);
+  displayName_ = DisplayName();
   accessStatus_ = DEVICE_ACCESS_STATUS_READWRITE;
 }
 
@@ -48,15 +48,35 @@ std::string tcDeviceGEV::DeviceId(const tsRecord& record) {
          RecordText(record, gvcp::kRecordSerial, 16);
 }
 
-uint32_t tcDeviceGEV::CameraAddress() const {
+uint32_t tcDeviceGEV::CameraAddress() {
+  tcMutexLock lock(stateMutex_);
   uint32_t address = 0;
   memcpy(&address, record_.data() + gvcp::kRecordCurrentIp, 4);
   return ntohl(address);
 }
 
-bool tcDeviceGEV::SameCamera(const tsRecord& record) const {
+uint32_t tcDeviceGEV::LocalAddress() {
+  tcMutexLock lock(stateMutex_);
+  return localAddress_;
+}
+
+std::string tcDeviceGEV::DisplayName() {
+  uint32_t address = 0;
+  memcpy(&address, record_.data() + gvcp::kRecordCurrentIp, 4);
+  return RecordText(record_, gvcp::kRecordModel, 32) + " [" +
+         tsSocketAddress::Text(ntohl(address)) + "]";
+}
+
+bool tcDeviceGEV::SameCamera(const tsRecord& record) {
+  tcMutexLock lock(stateMutex_);
   return memcmp(record.data() + gvcp::kRecordMac, record_.data() + gvcp::kRecordMac,
                 gvcp::kRecordMacSize) == 0;
+}
+
+void tcDeviceGEV::Rediscovered(const tsRecord& record, uint32_t localAddress) {
+  tcMutexLock lock(stateMutex_);
+  record_ = record;
+  localAddress_ = localAddress;
 }
 
 GC_ERROR tcDeviceGEV::Open(int32_t openFlags) {
@@ -65,17 +85,19 @@ GC_ERROR tcDeviceGEV::Open(int32_t openFlags) {
               openFlags);
     return GC_ERR_NOT_IMPLEMENTED;
   }
-  ModuleOwner<tcPortGEV> failed;  // destroyed after the state lock is released
-  tcMutexLock lock(stateMutex_);
-  if (open_) return GC_ERR_RESOURCE_IN_USE;
-  auto port = MakeModule<tcPortGEV>(Name());
-  GC_ERROR result = port->Connect(CameraAddress(), localAddress_);
-  if (result != GC_ERR_SUCCESS) {
-    failed = std::move(port);
-    return result;
+  {
+    tcMutexLock lock(stateMutex_);
+    if (open_ || opening_) return GC_ERR_RESOURCE_IN_USE;
+    opening_ = true;
   }
+  // The camera is reached outside the state lock; `opening_` keeps a second open out.
+  auto port = MakeModule<tcPortGEV>(Name());
+  GC_ERROR result = port->Connect(CameraAddress(), LocalAddress());
+  if (result == GC_ERR_SUCCESS) ReadTimestampFrequency(port.get());
+  tcMutexLock lock(stateMutex_);
+  opening_ = false;
+  if (result != GC_ERR_SUCCESS) return result;  // `port` goes after the lock is released
   streams_.push_back(MakeModule<tcDataStreamGEV>("Stream0", this, port.get()));
-  ReadTimestampFrequency(port.get());
   port_ = std::move(port);
   open_ = true;
   accessStatus_ = DEVICE_ACCESS_STATUS_OPEN_READWRITE;
@@ -119,6 +141,16 @@ tcPortGEV* tcDeviceGEV::PortGEV() {
 }
 
 GC_ERROR tcDeviceGEV::GetInfo(int32_t command, int32_t* type, void* buffer, size_t* size) {
+  if (command == DEVICE_INFO_DISPLAYNAME) {  // of the latest record, by the base's size rule
+    if (type != nullptr) *type = INFO_DATATYPE_STRING;
+    if (size == nullptr) return GC_ERR_INVALID_PARAMETER;
+    tcMutexLock lock(stateMutex_);
+    std::string name = DisplayName();
+    if (buffer != nullptr && name.size() + 1 > *size) return GC_ERR_BUFFER_TOO_SMALL;
+    if (buffer != nullptr) memcpy(buffer, name.c_str(), name.size() + 1);
+    *size = name.size() + 1;
+    return GC_ERR_SUCCESS;
+  }
   if (command != DEVICE_INFO_TIMESTAMP_FREQUENCY) {
     return tcDevice::GetInfo(command, type, buffer, size);
   }

@@ -37,24 +37,29 @@ class tcDeviceGEV : public tcDevice {
 
   // Ticks per second of the camera's timestamps; 0 until Open.
   uint64_t TimestampFrequency() const { return frequency_.load(std::memory_order_relaxed); }
-  const tsRecord& Record() const { return record_; }
   // The camera's current IP address from the record, host order.
-  uint32_t CameraAddress() const;
+  uint32_t CameraAddress();
   // Host order.
-  uint32_t LocalAddress() const { return localAddress_; }
+  uint32_t LocalAddress();
+  // The camera answered again, perhaps at another address or on another adapter: the next
+  // Open uses `record` and `localAddress`.
+  void Rediscovered(const tsRecord& record, uint32_t localAddress);
   // The device ID of the camera of `record`: model name, ":", serial number.
   static std::string DeviceId(const tsRecord& record);
   // True when `record` carries this camera's MAC address.
-  bool SameCamera(const tsRecord& record) const;
+  bool SameCamera(const tsRecord& record);
 
   // Discovery's count of the passes the camera answered (see tcInterfaceGEV).
   uint32_t seen = 1;
 
  private:
   void ReadTimestampFrequency(tcPortGEV* port);
+  // "Model [a.b.c.d]" of the current record.
+  std::string DisplayName() GENTL_REQUIRES(stateMutex_);
 
-  tsRecord record_;
-  uint32_t localAddress_;
+  tsRecord record_ GENTL_GUARDED_BY(stateMutex_);
+  uint32_t localAddress_ GENTL_GUARDED_BY(stateMutex_);
   std::atomic<uint64_t> frequency_{0};
+  bool opening_ GENTL_GUARDED_BY(stateMutex_) = false;
   ModuleOwner<tcPortGEV> port_ GENTL_GUARDED_BY(stateMutex_);
 };

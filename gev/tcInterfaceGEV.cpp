@@ -167,6 +167,7 @@ bool tcInterfaceGEV::AddCamera(const tcDeviceGEV::tsRecord& record, size_t socke
   sockets_[socketIndex].LocalAddress(&local);
   std::string id = tcDeviceGEV::DeviceId(record);
   auto* device = static_cast<tcDeviceGEV*>(ReviveDevice(id));
+  if (device != nullptr) device->Rediscovered(record, local.address);
   if (device == nullptr) {
     auto made = MakeModule<tcDeviceGEV>(record, id, this, local.address);
     device = made.get();

@@ -64,7 +64,7 @@ void FillCapabilityNames() {
 }
 
 tsSocketAddress Camera(uint32_t address) {
-  return {address, gvcp::kPort};
+  return {address, tcPortGEV::kGvcpPort};
 }
 
 // A hexadecimal number of at least one digit that fits 64 bits.
@@ -181,7 +181,8 @@ void tcPortGEV::HeartBeatThread(const std::atomic<bool>& stopRequested) {
   for (;;) {
     {
       std::unique_lock<std::mutex> wait(heartbeatMutex_);
-      auto deadline = std::chrono::steady_clock::now() + std::chrono::nanoseconds(2000000000);
+      auto deadline =
+          std::chrono::steady_clock::now() + std::chrono::milliseconds(kHeartbeatPeriodMs);
       if (heartbeatWake_.wait_until(wait, deadline, [&] { return stopRequested.load(); })) break;
     }
     uint32_t value = 0;

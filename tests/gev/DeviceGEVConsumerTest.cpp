@@ -134,6 +134,28 @@ TEST_F(DeviceGEV, ACameraRemovedWhileOpenFailsCleanly) {
       HasLogLine(log, R"(gentl: info \[tcPortGEV::~tcPortGEV\] Release control register: -1010)"));
 }
 
+// A camera that was open when it missed a pass, and was closed since, comes back as the same
+// object when it answers again. The fake camera leaves the second pass unanswered.
+TEST_F(DeviceGEV, ACameraThatAnswersAgainGetsItsHandleBack) {
+  tsFakeCamera camera;
+  camera.script = [](const tsFakeCommand& command, uint32_t, tfFakeDatagrams*) {
+    return command.code == 0x0002 && command.id == 2;
+  };
+  StartFake(camera);
+  OpenGev();
+  EXPECT_TRUE(Update());
+  ASSERT_EQ(OpenDevice("FakeCam:FAKE1"), GC_ERR_SUCCESS);
+  void* first = device_;
+  EXPECT_TRUE(Update(100));
+  EXPECT_EQ(DeviceIds().size(), 0u);
+  EXPECT_EQ(Lib().DevClose(first), GC_ERR_SUCCESS);
+  EXPECT_TRUE(Update());
+  ASSERT_EQ(DeviceIds(), std::vector<std::string>{"FakeCam:FAKE1"});
+  ASSERT_EQ(OpenDevice("FakeCam:FAKE1"), GC_ERR_SUCCESS);
+  EXPECT_EQ(device_, first);
+  EXPECT_EQ(ReadU32(RemotePort(), 0x0A00), htonl(2));
+}
+
 TEST_F(DeviceGEV, CompatOpenFindsAndConnectsWithoutUpdates) {
   StartCamera({});
   setenv("GENTL_COMPAT_OPEN", "1", 1);

@@ -52,6 +52,21 @@ TEST(DeviceGEVUnit, IdentityFromTheRecord) {
   EXPECT_EQ(device.PortGEV(), nullptr);
 }
 
+TEST(DeviceGEVUnit, RediscoveredAtAnotherAddress) {
+  tcDeviceGEV device(Record("Cam", 0xC0A8010A, 1), "Cam:1", nullptr, 0x0A000001);
+  device.Rediscovered(Record("Cam", 0xC0A80114, 1), 0x0A000005);  // 192.168.1.20
+  EXPECT_EQ(device.CameraAddress(), 0xC0A80114u);
+  EXPECT_EQ(device.LocalAddress(), 0x0A000005u);
+  EXPECT_EQ(Text(device, DEVICE_INFO_DISPLAYNAME), "Cam [192.168.1.20]");
+  char small[4];
+  size_t size = sizeof small;
+  int32_t type = 0;
+  EXPECT_EQ(device.GetInfo(DEVICE_INFO_DISPLAYNAME, &type, small, &size), GC_ERR_BUFFER_TOO_SMALL);
+  EXPECT_EQ(size, 4u);
+  EXPECT_EQ(device.GetInfo(DEVICE_INFO_DISPLAYNAME, &type, nullptr, &size), GC_ERR_SUCCESS);
+  EXPECT_EQ(size, 19u);
+}
+
 TEST(DeviceGEVUnit, SameCameraIsTheSameMac) {
   tcDeviceGEV device(Record("Cam", 1, 1), "Cam:1", nullptr, 0);
   EXPECT_TRUE(device.SameCamera(Record("Other", 2, 1)));

@@ -69,6 +69,21 @@ TEST_F(PortGEVUnit, RequestId0xFFFFIsFollowedBy1) {
   EXPECT_EQ(ReadId(), 2u);
 }
 
+TEST(PortGEVNames, CapabilityNamesInTheirOrder) {
+  auto names = tcPortGEV::CapabilityNames();
+  ASSERT_EQ(names.size(), 22u);
+  EXPECT_EQ(names[0].mask, 0x80000000u);
+  EXPECT_STREQ(names[0].name, "user_defined_name");
+  EXPECT_EQ(names[5].mask, 0x04000000u);
+  EXPECT_STREQ(names[5].name, "manifest_table");
+  EXPECT_EQ(names[14].mask, 0x00020000u);
+  EXPECT_STREQ(names[14].name, "scheduled_action_command");
+  EXPECT_EQ(names[15].mask, 0x40u);
+  EXPECT_STREQ(names[15].name, "ACTION (A)");
+  EXPECT_EQ(names[21].mask, 0x01u);
+  EXPECT_STREQ(names[21].name, "concatenation (C)");
+}
+
 TEST_F(PortGEVUnit, AddressesAndCapability) {
   EXPECT_EQ(port_->CameraAddress(), link_.cameraAddress);
   EXPECT_EQ(port_->LocalAddress(), link_.hostAddress);

@@ -131,12 +131,13 @@ TEST(InterfaceBase, DeviceRegistersFollowTheSelector) {
   EXPECT_EQ(interface.ReadPort(0x10100, text, &size), GC_ERR_INVALID_INDEX);
 }
 
-TEST(InterfaceBase, UpdateListRegisterRunsDiscoveryWithTimeoutZero) {
+// Never with time-out 0, which would find nothing: the interface's own default.
+TEST(InterfaceBase, UpdateListRegisterRunsDiscoveryWithTheDefaultTimeout) {
   tcTestInterface interface({"A"});
   uint32_t anything = 77;
   size_t size = 4;
   EXPECT_EQ(interface.WritePort(0x10000, &anything, &size), GC_ERR_SUCCESS);
-  EXPECT_EQ(interface.updateTimeouts, std::vector<uint64_t>{0});
+  EXPECT_EQ(interface.updateTimeouts, std::vector<uint64_t>{300});
   uint32_t count = 0;
   EXPECT_EQ(interface.GetNumDevices(&count), GC_ERR_SUCCESS);
   EXPECT_EQ(count, 1u);
