@@ -10,6 +10,7 @@
 #include "base/Log.h"
 #include "base/tsSocketAddress.h"
 #include "gev/Gvcp.h"
+#include "gev/tcDataStreamGEV.h"
 #include "gev/tcPortGEV.h"
 #include "modules/InfoAnswer.h"
 
@@ -96,6 +97,7 @@ GC_ERROR tcDeviceGEV::Open(int32_t openFlags) {
   tcMutexLock lock(stateMutex_);
   opening_ = false;
   if (result != GC_ERR_SUCCESS) return result;  // `port` goes after the lock is released
+  streams_.push_back(MakeModule<tcDataStreamGEV>("Stream0", this, port.get()));
   port_ = std::move(port);
   open_ = true;
   accessStatus_ = DEVICE_ACCESS_STATUS_OPEN_READWRITE;

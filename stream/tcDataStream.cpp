@@ -277,6 +277,7 @@ GC_ERROR tcDataStream::StartAcquisition(int32_t startFlags, uint64_t numToAcquir
 GC_ERROR tcDataStream::StopAcquisition(int32_t stopFlags) {
   tcMutexLock state(acquisitionMutex_);
   bool running = acquisition_.Running() || acquiring_.load() != 0;
+  if (running) OnStopRequested();
   acquisition_.Stop();
   if (running) OnStopAcquisition(stopFlags);
   grabbing_.store(false);
@@ -314,6 +315,22 @@ void tcDataStream::ReturnToInput(tcBuffer* buffer) {
   Lock lock(lock_);
   input_.push_front(buffer);
   inputQueued_.notify_all();
+}
+
+void tcDataStream::AppendToInput(tcBuffer* buffer) {
+  Lock lock(lock_);
+  input_.push_back(buffer);
+  inputQueued_.notify_all();
+}
+
+size_t tcDataStream::QueuedCount() {
+  Lock lock(lock_);
+  return input_.size();
+}
+
+size_t tcDataStream::AwaitingDeliveryCount() {
+  Lock lock(lock_);
+  return output_.size();
 }
 
 void tcDataStream::DeliverBuffer(tcBufferLease lease, bool imagePresent) {

@@ -73,6 +73,9 @@ class tcDataStream : public tcEventProducer, public tcModulePort {
   // The transport's start, called with the acquisition state mutex held, after acquiring and
   // grabbing were set; a failure clears them again.
   virtual GenTL::GC_ERROR OnStartAcquisition(int32_t startFlags, uint64_t numToAcquire) = 0;
+  // Called by a stop of a running acquisition before its thread is stopped (a camera told to
+  // stop sending first).
+  virtual void OnStopRequested() {}
   // The transport's stop, called after the acquisition thread was joined.
   virtual void OnStopAcquisition(int32_t /*stopFlags*/) {}
   void AddFeatures(tcFeatureTable& table) override;
@@ -88,6 +91,12 @@ class tcDataStream : public tcEventProducer, public tcModulePort {
   // as delivered, records whether it holds an image and gets its new-buffer entry, in one
   // critical section.
   void DeliverBuffer(tcBufferLease lease, bool imagePresent);
+  // A buffer taken by the acquisition side and given up (a frame dropped): it goes to the end
+  // of the input list, still queued.
+  void AppendToInput(tcBuffer* buffer);
+  // The lengths of the input and output lists.
+  size_t QueuedCount();
+  size_t AwaitingDeliveryCount();
   // The acquisition thread ends by itself (its budget is used up): acquiring and grabbing clear.
   void AcquisitionEnded();
 

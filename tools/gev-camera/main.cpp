@@ -40,9 +40,11 @@ const char kUsage[] =
     "  --port N           control port (3956)\n"
     "  --tick-frequency N timestamp ticks per second reported (1000000000; 0 reports none)\n"
     "  --heartbeat-cap MS drop the privilege after at most MS without a heartbeat, whatever\n"
-    "                     time-out the application wrote (no cap)\n";
+    "                     time-out the application wrote (no cap)\n"
+    "  --first-block N    64-bit block id of the first frame (1)\n";
 
-bool ParseOptions(int argc, char** argv, tsGevCameraOptions* options, int* port) {
+bool ParseOptions(int argc, char** argv, tsGevCameraOptions* options, int* port,
+                  uint64_t* firstBlock) {
   for (int i = 1; i < argc; ++i) {
     std::string option = argv[i];
     bool hasValue = i + 1 < argc;
@@ -95,13 +97,16 @@ bool ParseOptions(int argc, char** argv, tsGevCameraOptions* options, int* port)
       options->tickFrequency = std::strtoull(argv[++i], nullptr, 10);
     } else if (option == "--heartbeat-cap") {
       options->heartbeatCapMs = static_cast<uint32_t>(std::strtoul(argv[++i], nullptr, 10));
+    } else if (option == "--first-block") {
+      *firstBlock = std::strtoull(argv[++i], nullptr, 10);
     } else if (option == "--port") {
       *port = std::atoi(argv[++i]);
     } else {
       return false;
     }
   }
-  return options->width >= 16 && options->height >= 1 && *port > 0 && *port < 65536;
+  return options->width >= 16 && options->height >= 1 && *port > 0 && *port < 65536 &&
+         *firstBlock >= 1;
 }
 
 }  // namespace
@@ -109,7 +114,8 @@ bool ParseOptions(int argc, char** argv, tsGevCameraOptions* options, int* port)
 int main(int argc, char** argv) {
   tsGevCameraOptions options;
   int port = tcGevCamera::kPort;
-  if (!ParseOptions(argc, argv, &options, &port)) {
+  uint64_t firstBlock = 1;
+  if (!ParseOptions(argc, argv, &options, &port, &firstBlock)) {
     fputs(kUsage, stderr);
     return 2;
   }
@@ -120,7 +126,7 @@ int main(int argc, char** argv) {
   sigaddset(&signals, SIGTERM);
   pthread_sigmask(SIG_BLOCK, &signals, nullptr);
   tcGevCamera camera(options);
-  tcGvspStreamer streamer(camera, options.faults);
+  tcGvspStreamer streamer(camera, options.faults, firstBlock);
   tcGvcpServer server(camera, [&streamer] { streamer.Wake(); });
   std::string error = streamer.Start();
   if (error.empty()) error = server.Start(static_cast<uint16_t>(port));

@@ -49,8 +49,12 @@ void SleepUntilNs(uint64_t deadlineNs) {
 
 }  // namespace
 
-tcGvspStreamer::tcGvspStreamer(tcGevCamera& camera, const tsFaultOptions& faults)
-    : camera_(camera), faults_(faults), ramp_(256 + 0x10000) {
+tcGvspStreamer::tcGvspStreamer(tcGevCamera& camera, const tsFaultOptions& faults,
+                               uint64_t firstBlockId)
+    : camera_(camera),
+      faults_(faults),
+      frameCount_(firstBlockId == 0 ? 0 : firstBlockId - 1),
+      ramp_(256 + 0x10000) {
   for (size_t i = 0; i < ramp_.size(); ++i)
     ramp_[i] = std::byte(i % 256);
 }

@@ -24,7 +24,8 @@
 // frames from 1, so a receiver can check every byte.
 class tcGvspStreamer {
  public:
-  tcGvspStreamer(tcGevCamera& camera, const tsFaultOptions& faults);
+  // The first frame's 64-bit block id is `firstBlockId` (at least 1).
+  tcGvspStreamer(tcGevCamera& camera, const tsFaultOptions& faults, uint64_t firstBlockId = 1);
   ~tcGvspStreamer() { Stop(); }
   tcGvspStreamer(const tcGvspStreamer&) = delete;
   tcGvspStreamer& operator=(const tcGvspStreamer&) = delete;
