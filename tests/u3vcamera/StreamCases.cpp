@@ -134,6 +134,26 @@ TEST_F(U3vStream, NothingFlowsWithoutStreamEnableOrAcquisition) {
   EXPECT_EQ(Receive(52).bytes.size(), 52u);
 }
 
+TEST(U3vStreamOptions, AcquiringCameraStreamsOnceEnabled) {
+  tcU3vCameraBench bench;
+  tsU3vCameraOptions options;
+  options.acquiring = true;
+  options.width = 64;
+  options.height = 16;
+  bench.AddCamera(options);
+  tcU3vHost host;
+  ASSERT_TRUE(host.Open());
+  ASSERT_EQ(libusb_claim_interface(host.Handle(), 2), 0);
+  ASSERT_EQ(host.WriteMem32(R::kSiPayloadTransferSize, 1024).status, 0);
+  ASSERT_EQ(host.WriteMem32(R::kSiPayloadTransferCount, 1).status, 0);
+  ASSERT_EQ(host.WriteMem32(R::kSiControl, 1).status, 0);
+  std::vector<uint8_t> leader(52);
+  int transferred = 0;
+  EXPECT_EQ(libusb_bulk_transfer(host.Handle(), kStream, leader.data(), 52, &transferred, 2000), 0);
+  EXPECT_EQ(transferred, 52);
+  EXPECT_EQ(Load<uint32_t>(leader, 0), 0x4C563355u);
+}
+
 TEST_F(U3vStream, SingleFrameModeStopsAfterOneFrame) {
   Start();
   ASSERT_EQ(host_->WriteMem32(R::kAcquisitionMode, 1).status, 0);

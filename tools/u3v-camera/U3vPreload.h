@@ -15,3 +15,6 @@ std::string PreloadWithUmockdev(const char* current);
 // LD_PRELOAD, unless it is already there. Returns only when it is there; exits with status 127
 // when the re-exec fails.
 void EnsureUmockdevPreload(char** argv);
+// The same with the arguments this process was started with (/proc/self/cmdline), for use
+// before main (see U3vPreloadAtStart.cpp).
+void EnsureUmockdevPreload();

@@ -38,6 +38,7 @@ const char kUsage[] =
     "  --max-ack N            maximum acknowledge transfer length (512)\n"
     "  --pending N:MS:DELAY   answer the first N commands with a PENDING_ACK of MS ms, the\n"
     "                         real acknowledge DELAY ms later\n"
+    "  --acquiring            start acquiring (frames flow once the host enables the stream)\n"
     "  --refuse ADDR:STATUS   answer every access covering ADDR with GenCP STATUS (hex,\n"
     "                         repeatable; e.g. 0x50000:0x8006 answers ACCESS_DENIED)\n";
 
@@ -97,7 +98,9 @@ int ParseOptions(int argc, char** argv, tsU3vCameraOptions* options, int* count)
   for (int i = 1; i < argc; ++i) {
     std::string option = argv[i];
     if (option == "--") return i + 1 < argc ? i + 1 : 0;
-    if (option == "--no-iad") {
+    if (option == "--acquiring") {
+      options->acquiring = true;
+    } else if (option == "--no-iad") {
       options->iad = false;
     } else if (option == "--no-info-descriptor") {
       options->infoDescriptor = false;

@@ -87,6 +87,7 @@ tcU3vRegisters::tcU3vRegisters(const tsU3vCameraOptions& options)
   Set(kPixelFormat, kMono8);
   Set(kTestPattern, 1);
   Set(kFrameRate, std::bit_cast<uint32_t>(30.0f));
+  Set(kAcquisitionActive, options.acquiring ? 1 : 0);
   UpdatePayloadSize();
 }
 

@@ -16,8 +16,9 @@
 
 namespace {
 
-constexpr uint32_t kCapabilities =
-    USBDEVFS_CAP_ZERO_PACKET | USBDEVFS_CAP_BULK_CONTINUATION | USBDEVFS_CAP_NO_PACKET_SIZE_LIM;
+// Without bulk continuation libusb sends every bulk transfer as one URB, whatever its length, so
+// that one URB is one transfer of the camera.
+constexpr uint32_t kCapabilities = USBDEVFS_CAP_ZERO_PACKET | USBDEVFS_CAP_NO_PACKET_SIZE_LIM;
 constexpr size_t kSetupSize = 8;
 
 // The client memory `len` bytes at the pointer stored at `offset` of `data`; a new reference.
@@ -41,9 +42,13 @@ tcUsbdevfsDevice::tcUsbdevfsDevice(tcU3vCamera& camera, const std::string& nodeP
   fifo_ = open(nodePath.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC);
   FillFifo();
   g_signal_connect(handler_, "handle-ioctl", G_CALLBACK(OnIoctl), this);
+  ready_.store(true, std::memory_order_release);
 }
 
 tcUsbdevfsDevice::~tcUsbdevfsDevice() {
+  // The testbed no longer calls the handler (the bench detached it); taking the lock orders the
+  // last handler call before what follows in a way ThreadSanitizer can see.
+  std::lock_guard lock(mutex_);
   auto release = [](tsUrb& urb) {
     if (urb.buffer) g_object_unref(urb.buffer);
     g_object_unref(urb.urb);
@@ -57,7 +62,11 @@ tcUsbdevfsDevice::~tcUsbdevfsDevice() {
 }
 
 gboolean tcUsbdevfsDevice::OnIoctl(UMockdevIoctlBase*, UMockdevIoctlClient* client, gpointer self) {
-  static_cast<tcUsbdevfsDevice*>(self)->HandleIoctl(client);
+  auto* device = static_cast<tcUsbdevfsDevice*>(self);
+  // Pairs with the constructor: the testbed hands the handler to its thread in ways
+  // ThreadSanitizer cannot see.
+  device->ready_.load(std::memory_order_acquire);
+  device->HandleIoctl(client);
   return TRUE;
 }
 
@@ -72,7 +81,7 @@ void tcUsbdevfsDevice::HandleIoctl(UMockdevIoctlClient* client) {
   } else if (request == USBDEVFS_GET_CAPABILITIES) {
     UMockdevIoctlData* caps = Resolve(arg, 0, sizeof(uint32_t));
     std::memcpy(caps->data, &kCapabilities, sizeof kCapabilities);
-    g_object_unref(caps);
+    held_.push_back(caps);
   } else if (request == USBDEVFS_SUBMITURB) {
     result = SubmitUrb(client);
   } else if (request == USBDEVFS_REAPURBNDELAY || request == USBDEVFS_REAPURB) {
@@ -89,6 +98,10 @@ void tcUsbdevfsDevice::HandleIoctl(UMockdevIoctlClient* client) {
     result = -ENOTTY;
   }
   umockdev_ioctl_client_complete(client, result < 0 ? -1 : result, result < 0 ? -result : 0);
+  for (gpointer object : held_) {
+    if (object) g_object_unref(object);
+  }
+  held_.clear();
 }
 
 int tcUsbdevfsDevice::SubmitUrb(UMockdevIoctlClient* client) {
@@ -180,10 +193,8 @@ int tcUsbdevfsDevice::ReapUrb(UMockdevIoctlClient* client) {
   if (reapable_.empty()) FillFifo();
   UMockdevIoctlData* pointer = Resolve(umockdev_ioctl_client_get_arg(client), 0, sizeof(void*));
   umockdev_ioctl_data_set_ptr(pointer, 0, urb.urb);
-  g_object_unref(pointer);
-  if (urb.buffer) g_object_unref(urb.buffer);
-  g_object_unref(urb.urb);
-  g_object_unref(urb.client);
+  // Released once the ioctl is complete, which copies the URB back to the client.
+  held_.insert(held_.end(), {pointer, urb.buffer, urb.urb, urb.client});
   return 0;
 }
 

@@ -7,12 +7,14 @@
 #include <glib-object.h>
 #include <umockdev.h>
 
+#include <atomic>
 #include <cstdint>
 #include <deque>
 #include <map>
 #include <mutex>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "tcU3vCamera.h"
 
@@ -60,9 +62,13 @@ class tcUsbdevfsDevice {
   tcU3vCamera& camera_;
   UMockdevIoctlBase* handler_;
   int fifo_ = -1;
+  std::atomic<bool> ready_{false};
   mutable std::mutex mutex_;
   std::map<uint8_t, std::deque<tsUrb>> waiting_;  // IN URBs by endpoint, oldest first
   std::deque<tsUrb> reapable_;
   std::set<uint8_t> halted_;
   bool unplugged_ = false;
+  // References to drop once the ioctl is complete: umockdev copies resolved memory back to the
+  // client on completion, from objects that must still exist then.
+  std::vector<gpointer> held_;
 };

@@ -53,4 +53,7 @@ struct tsU3vCameraOptions {
   uint32_t height = 480;
   uint32_t requiredLeaderSize = 52;
   uint32_t requiredTrailerSize = 32;
+  // Frames flow while the SIRM enables the stream and acquisition runs; true starts the camera
+  // acquiring, as if AcquisitionStart had been executed.
+  bool acquiring = false;
 };
