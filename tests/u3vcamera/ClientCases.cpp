@@ -3,6 +3,7 @@
 // namespace of its own with no adapter at all.
 #include <gtest/gtest.h>
 #include <sched.h>
+#include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -82,6 +83,17 @@ TEST(U3vClient, ProgramRefusesAMissingCommand) {
   std::string output;
   EXPECT_EQ(RunIsolated({U3V_CAMERA_PATH, "--width", "640"}, &output), 2);
   EXPECT_NE(output.find("Usage: u3v-camera [options] -- COMMAND"), std::string::npos);
+}
+
+TEST(U3vClient, ProgramPassesTermToTheCommandAndCleansUp) {
+  std::string output;
+  int status = RunIsolated({U3V_CAMERA_PATH, "--", "/bin/sh", "-c",
+                            "echo $UMOCKDEV_DIR; kill -TERM $PPID; exec sleep 5"},
+                           &output);
+  EXPECT_EQ(status, 128 + SIGTERM) << output;
+  ASSERT_FALSE(output.empty());
+  output.erase(output.find('\n'));
+  EXPECT_NE(access(output.c_str(), F_OK), 0) << output << " is left behind";
 }
 
 TEST(U3vClient, ProgramPassesTheCommandsExitStatus) {

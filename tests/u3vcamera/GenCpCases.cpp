@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <cstring>
+#include <thread>
 
 #include "tcU3vCameraBench.h"
 #include "tcU3vHost.h"
@@ -128,6 +129,19 @@ TEST_F(U3vGenCp, WriteMemAcknowledgesWithSixteenBytes) {
   EXPECT_EQ(host_->Read32(R::kWidth), 320u);
   EXPECT_EQ(host_->Read32(R::kPayloadSize), 320u * 480u);
   EXPECT_EQ(host_->Read64(R::kSiRequiredPayloadSize), 320u * 480u);
+}
+
+TEST_F(U3vGenCp, TimestampLatchTakesTheCameraClock) {
+  Start();
+  EXPECT_EQ(host_->Read64(R::kTimestamp), 0u);
+  ASSERT_EQ(host_->WriteMem32(R::kTimestampLatch, 1).status, 0);
+  const uint64_t first = host_->Read64(R::kTimestamp);
+  std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  ASSERT_EQ(host_->WriteMem32(R::kTimestampLatch, 1).status, 0);
+  const uint64_t second = host_->Read64(R::kTimestamp);
+  EXPECT_GT(first, 0u);
+  EXPECT_GE(second - first, 20000000u);  // nanoseconds
+  EXPECT_EQ(host_->Read64(R::kTimestampIncrement), 1u);
 }
 
 TEST_F(U3vGenCp, BadAccessesAnswerTheirStatus) {

@@ -1,10 +1,15 @@
 // How the emulated camera behaves as a USB device over time: an idle host does not spin,
 // discarded URBs complete as cancelled, and an unplugged camera ends its URBs and vanishes.
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <linux/usbdevice_fs.h>
+#include <sys/ioctl.h>
 #include <time.h>
+#include <unistd.h>
 
 #include <chrono>
 #include <thread>
+#include <vector>
 
 #include "tcU3vCameraBench.h"
 #include "tcU3vHost.h"
@@ -109,6 +114,45 @@ TEST(U3vLifecycle, SeveralCamerasAnswerIndependently) {
     EXPECT_EQ(std::string(ack.scd.begin(), ack.scd.begin() + 2), "S" + std::to_string(product));
   }
   EXPECT_EQ(bench.Camera(1).CommandsReceived(), 1u);
+}
+
+// A process that closes the device node with a URB waiting loses that URB (noticed at the next
+// ioctl of any client): the next client gets its own acknowledges.
+TEST(U3vLifecycle, ClosedClientLosesItsUrbs) {
+  tcU3vCameraBench bench;
+  bench.AddCamera({});
+  int fd = open("/dev/bus/usb/001/002", O_RDWR | O_CLOEXEC);
+  ASSERT_GE(fd, 0);
+  std::vector<uint8_t> buffer(512);
+  usbdevfs_urb urb{};
+  urb.type = USBDEVFS_URB_TYPE_BULK;
+  urb.endpoint = 0x81;
+  urb.buffer = buffer.data();
+  urb.buffer_length = static_cast<int>(buffer.size());
+  ASSERT_EQ(ioctl(fd, USBDEVFS_SUBMITURB, &urb), 0);
+  EXPECT_EQ(bench.UrbsInFlight(0), 1u);
+  close(fd);
+  tcU3vHost host;
+  ASSERT_TRUE(host.Open());
+  EXPECT_EQ(host.ReadMem(0x144, 8).transferred, 20);
+  EXPECT_EQ(bench.UrbsInFlight(0), 0u);
+}
+
+}  // namespace
+
+namespace {
+
+TEST(U3vLifecycle, CameraPluggedInLaterAppears) {
+  tcU3vCameraBench bench;
+  tcU3vHost host;
+  EXPECT_TRUE(host.Devices().empty());
+  bench.AddCamera({});
+  auto deadline = std::chrono::steady_clock::now() + 2s;
+  while (host.Devices().empty() && std::chrono::steady_clock::now() < deadline)
+    std::this_thread::sleep_for(10ms);
+  ASSERT_EQ(host.Devices().size(), 1u);
+  ASSERT_TRUE(host.Open());
+  EXPECT_EQ(host.String(5), "U3VEMU0001");
 }
 
 }  // namespace

@@ -111,6 +111,14 @@ int ParseOptions(int argc, char** argv, tsU3vCameraOptions* options, int* count)
   return 0;
 }
 
+volatile pid_t commandPid = 0;
+
+// SIGTERM and SIGHUP go on to the command, so that this process outlives it and removes the
+// testbed; the command gets SIGINT from the terminal itself.
+void ForwardSignal(int number) {
+  if (commandPid > 0) kill(commandPid, number);
+}
+
 int RunCommand(char** command) {
   pid_t child = fork();
   if (child == 0) {
@@ -119,8 +127,10 @@ int RunCommand(char** command) {
     fprintf(stderr, "u3v-camera: cannot run %s: %s\n", command[0], strerror(errno));
     _exit(127);
   }
-  // The command gets SIGINT from the terminal itself; this process outlives it.
+  commandPid = child;
   signal(SIGINT, SIG_IGN);
+  signal(SIGTERM, ForwardSignal);
+  signal(SIGHUP, ForwardSignal);
   int status = 0;
   while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
   }

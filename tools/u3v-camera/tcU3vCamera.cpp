@@ -146,6 +146,10 @@ void tcU3vCamera::Act(uint64_t address) {
              registers_.Get(tcU3vRegisters::kAcquisitionStop) == 1) {
     registers_.Set(tcU3vRegisters::kAcquisitionActive, 0);
     streamer_->Abandon();
+  } else if (address == tcU3vRegisters::kTimestampLatch &&
+             registers_.Get(tcU3vRegisters::kTimestampLatch) & 1) {
+    auto now = tcWakeTimer::tcClock::now() - start_;
+    registers_.Set(tcU3vRegisters::kTimestamp, static_cast<uint64_t>(now.count()), 8);
   }
 }
 

@@ -98,6 +98,7 @@ class tcU3vCamera {
   uint32_t commands_ = 0;
   uint16_t lastRequestId_ = 0;
   std::vector<tsCommandSeen> seen_;
+  tcWakeTimer::tcClock::time_point start_ = tcWakeTimer::tcClock::now();  // timestamp 0
   std::function<void()> wake_;
   std::unique_ptr<tcU3vStreamer> streamer_;
   tcWakeTimer timer_;  // last: its thread stops before the rest goes

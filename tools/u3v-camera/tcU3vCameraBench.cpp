@@ -10,11 +10,12 @@
 #include "U3vDescriptors.h"
 #include "tcUsbdevfsDevice.h"
 
+// The camera goes first: its timer thread may still call the device until it stops.
 struct tcU3vCameraBench::tsPlugged {
   std::string node;
   std::string sysPath;
-  std::unique_ptr<tcU3vCamera> camera;
   std::unique_ptr<tcUsbdevfsDevice> device;
+  std::unique_ptr<tcU3vCamera> camera;
   bool attached = false;
   bool present = false;
 };
@@ -48,6 +49,7 @@ tcU3vCameraBench::tcU3vCameraBench() : testbed_(umockdev_testbed_new()) {
 tcU3vCameraBench::~tcU3vCameraBench() {
   for (auto& plugged : cameras_) {
     if (plugged->attached) umockdev_testbed_detach_ioctl(testbed_, plugged->node.c_str(), nullptr);
+    plugged->device->Settle();
   }
   cameras_.clear();
   g_object_unref(testbed_);

@@ -45,18 +45,16 @@ tcUsbdevfsDevice::tcUsbdevfsDevice(tcU3vCamera& camera, const std::string& nodeP
   ready_.store(true, std::memory_order_release);
 }
 
-tcUsbdevfsDevice::~tcUsbdevfsDevice() {
-  // The testbed no longer calls the handler (the bench detached it); taking the lock orders the
-  // last handler call before what follows in a way ThreadSanitizer can see.
+void tcUsbdevfsDevice::Settle() {
   std::lock_guard lock(mutex_);
-  auto release = [](tsUrb& urb) {
-    if (urb.buffer) g_object_unref(urb.buffer);
-    g_object_unref(urb.urb);
-    g_object_unref(urb.client);
-  };
+}
+
+tcUsbdevfsDevice::~tcUsbdevfsDevice() {
   for (auto& [endpoint, urbs] : waiting_)
-    std::for_each(urbs.begin(), urbs.end(), release);
-  std::for_each(reapable_.begin(), reapable_.end(), release);
+    std::for_each(urbs.begin(), urbs.end(), Release);
+  std::for_each(reapable_.begin(), reapable_.end(), Release);
+  for (auto& [client, reference] : clients_)
+    g_object_unref(reference);
   g_object_unref(handler_);
   if (fifo_ >= 0) close(fifo_);
 }
@@ -70,38 +68,88 @@ gboolean tcUsbdevfsDevice::OnIoctl(UMockdevIoctlBase*, UMockdevIoctlClient* clie
   return TRUE;
 }
 
-void tcUsbdevfsDevice::HandleIoctl(UMockdevIoctlClient* client) {
-  const gulong request = umockdev_ioctl_client_get_request(client);
-  UMockdevIoctlData* arg = umockdev_ioctl_client_get_arg(client);
-  std::lock_guard lock(mutex_);
-  int result = 0;
-  if (unplugged_ && request != USBDEVFS_REAPURBNDELAY && request != USBDEVFS_REAPURB &&
-      request != USBDEVFS_DISCARDURB) {
-    result = -ENODEV;
-  } else if (request == USBDEVFS_GET_CAPABILITIES) {
-    UMockdevIoctlData* caps = Resolve(arg, 0, sizeof(uint32_t));
-    std::memcpy(caps->data, &kCapabilities, sizeof kCapabilities);
-    held_.push_back(caps);
-  } else if (request == USBDEVFS_SUBMITURB) {
-    result = SubmitUrb(client);
-  } else if (request == USBDEVFS_REAPURBNDELAY || request == USBDEVFS_REAPURB) {
-    result = ReapUrb(client);
-  } else if (request == USBDEVFS_DISCARDURB) {
-    result = DiscardUrb(client);
-  } else if (request == USBDEVFS_CLEAR_HALT) {
-    result = ClearHalt(client);
-  } else if (request == USBDEVFS_GETDRIVER) {
-    result = -ENODATA;  // no kernel driver is bound
-  } else if (request != USBDEVFS_SETCONFIGURATION && request != USBDEVFS_CLAIMINTERFACE &&
-             request != USBDEVFS_DISCONNECT_CLAIM && request != USBDEVFS_RELEASEINTERFACE &&
-             request != USBDEVFS_RESET) {
-    result = -ENOTTY;
+void tcUsbdevfsDevice::Release(tsUrb& urb) {
+  if (urb.buffer) g_object_unref(urb.buffer);
+  g_object_unref(urb.urb);
+  g_object_unref(urb.client);
+}
+
+// umockdev marks a client disconnected when its process closes the node but emits no signal for
+// it, so every ioctl first looks for clients that have gone.
+void tcUsbdevfsDevice::ForgetVanished(UMockdevIoctlClient* current) {
+  if (!clients_.count(current))
+    clients_[current] = static_cast<UMockdevIoctlClient*>(g_object_ref(current));
+  for (auto it = clients_.begin(); it != clients_.end();) {
+    UMockdevIoctlClient* client = it->first;
+    if (umockdev_ioctl_client_get_connected(client)) {
+      ++it;
+      continue;
+    }
+    auto isClients = [client](const tsUrb& urb) { return urb.client == client; };
+    for (auto& [endpoint, urbs] : waiting_)
+      Drop(urbs, isClients);
+    Drop(reapable_, isClients);
+    g_object_unref(client);
+    it = clients_.erase(it);
   }
+  if (reapable_.empty()) FillFifo();
+}
+
+template <typename tfWhich>
+void tcUsbdevfsDevice::Drop(std::deque<tsUrb>& urbs, tfWhich which) {
+  auto gone = std::stable_partition(urbs.begin(), urbs.end(),
+                                    [&](const tsUrb& urb) { return !which(urb); });
+  std::for_each(gone, urbs.end(), Release);
+  urbs.erase(gone, urbs.end());
+}
+
+void tcUsbdevfsDevice::HandleIoctl(UMockdevIoctlClient* client) {
+  std::lock_guard lock(mutex_);
+  ForgetVanished(client);
+  const int result = Dispatch(client, umockdev_ioctl_client_get_request(client));
   umockdev_ioctl_client_complete(client, result < 0 ? -1 : result, result < 0 ? -result : 0);
   for (gpointer object : held_) {
     if (object) g_object_unref(object);
   }
   held_.clear();
+}
+
+int tcUsbdevfsDevice::Dispatch(UMockdevIoctlClient* client, gulong request) {
+  if (unplugged_ && request != USBDEVFS_REAPURBNDELAY && request != USBDEVFS_REAPURB &&
+      request != USBDEVFS_DISCARDURB) {
+    return -ENODEV;
+  }
+  switch (request) {
+    case USBDEVFS_GET_CAPABILITIES:
+      return GetCapabilities(client);
+    case USBDEVFS_SUBMITURB:
+      return SubmitUrb(client);
+    case USBDEVFS_REAPURBNDELAY:
+    case USBDEVFS_REAPURB:
+      return ReapUrb(client);
+    case USBDEVFS_DISCARDURB:
+      return DiscardUrb(client);
+    case USBDEVFS_CLEAR_HALT:
+      return ClearHalt(client);
+    case USBDEVFS_GETDRIVER:
+      return -ENODATA;  // no kernel driver is bound
+    case USBDEVFS_SETCONFIGURATION:
+    case USBDEVFS_CLAIMINTERFACE:
+    case USBDEVFS_DISCONNECT_CLAIM:
+    case USBDEVFS_RELEASEINTERFACE:
+    case USBDEVFS_RESET:
+      return 0;
+    default:
+      return -ENOTTY;
+  }
+}
+
+int tcUsbdevfsDevice::GetCapabilities(UMockdevIoctlClient* client) {
+  UMockdevIoctlData* caps = Resolve(umockdev_ioctl_client_get_arg(client), 0, sizeof(uint32_t));
+  if (!caps) return -EFAULT;
+  std::memcpy(caps->data, &kCapabilities, sizeof kCapabilities);
+  held_.push_back(caps);
+  return 0;
 }
 
 int tcUsbdevfsDevice::SubmitUrb(UMockdevIoctlClient* client) {

@@ -27,6 +27,10 @@ class tcUsbdevfsDevice {
   tcUsbdevfsDevice& operator=(const tcUsbdevfsDevice&) = delete;
 
   UMockdevIoctlBase* Handler() const { return handler_; }
+  // Returns once no ioctl is being handled. After the testbed has detached the handler, this
+  // orders the last ioctl before what follows (the testbed's own synchronisation is invisible
+  // to ThreadSanitizer).
+  void Settle();
   // Surprise removal: URBs in flight complete with -ESHUTDOWN, every later ioctl fails with
   // ENODEV.
   void Unplug();
@@ -46,6 +50,14 @@ class tcUsbdevfsDevice {
   };
   static gboolean OnIoctl(UMockdevIoctlBase* handler, UMockdevIoctlClient* client, gpointer self);
   void HandleIoctl(UMockdevIoctlClient* client);
+  // Keeps `current` and drops the URBs of clients that have closed the device node, as the
+  // kernel kills the URBs of a closed file.
+  void ForgetVanished(UMockdevIoctlClient* current);
+  template <typename tfWhich>
+  static void Drop(std::deque<tsUrb>& urbs, tfWhich which);
+  static void Release(tsUrb& urb);
+  int Dispatch(UMockdevIoctlClient* client, gulong request);
+  int GetCapabilities(UMockdevIoctlClient* client);
   int SubmitUrb(UMockdevIoctlClient* client);
   int ReapUrb(UMockdevIoctlClient* client);
   int DiscardUrb(UMockdevIoctlClient* client);
@@ -64,6 +76,7 @@ class tcUsbdevfsDevice {
   int fifo_ = -1;
   std::atomic<bool> ready_{false};
   mutable std::mutex mutex_;
+  std::map<UMockdevIoctlClient*, UMockdevIoctlClient*> clients_;  // each with a reference
   std::map<uint8_t, std::deque<tsUrb>> waiting_;  // IN URBs by endpoint, oldest first
   std::deque<tsUrb> reapable_;
   std::set<uint8_t> halted_;
