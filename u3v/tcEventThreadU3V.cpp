@@ -12,18 +12,21 @@
 
 namespace {
 
-constexpr int kEventTimeoutUs = 10000;
+// Every completion wakes the wait at once, and so does a stop request (the stop hook interrupts
+// libusb's event handling), so the wait can be long: idle, the thread wakes once a second.
+constexpr timeval kEventWait = {1, 0};
 
+// The thread is declared after the context it runs on, so that at unload it is joined first.
 struct tsEventThreadState {
   tcMutex mutex;  // start, user count changes and join
   std::atomic<int32_t> users{0};
-  tcThread thread GENTL_GUARDED_BY(mutex);
   tUsbContext context GENTL_GUARDED_BY(mutex);
+  tcThread thread GENTL_GUARDED_BY(mutex);
 };
 
 tsEventThreadState& State() {
-  static auto* state = new tsEventThreadState;  // outlives every device, also at exit
-  return *state;
+  static tsEventThreadState state;
+  return state;
 }
 
 // Pumps libusb events until the last user has left (the completion callbacks of the streams
@@ -31,9 +34,10 @@ tsEventThreadState& State() {
 void EventLoop(libusb_context* context, const std::atomic<int32_t>& users,
                const std::atomic<bool>& stop) {
   pthread_setname_np(pthread_self(), tcEventThreadU3V::kThreadName);
-  timeval timeout = {0, kEventTimeoutUs};
-  while (users.load() != 0 && !stop.load())
+  while (users.load() != 0 && !stop.load()) {
+    timeval timeout = kEventWait;
     libusb_handle_events_timeout(context, &timeout);
+  }
 }
 
 }  // namespace
@@ -55,8 +59,7 @@ void tcEventThreadU3V::Leave() {
   tsEventThreadState& state = State();
   tcMutexLock lock(state.mutex);
   if (--state.users != 0) return;
-  state.thread.RequestStop();
-  state.thread.Join();
+  state.thread = tcThread();  // stops (its hook wakes libusb) and joins it, context still alive
   state.context.reset();
   GENTL_LOG(kLogDebug, "libusb event thread stopped");
 }

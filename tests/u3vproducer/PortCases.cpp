@@ -2,7 +2,9 @@
 // acknowledges, status mapping, port information and the description URL from the manifest.
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
+#include <thread>
 
 #include "U3vCameraXml.h"
 #include "U3vConsumer.h"
@@ -218,6 +220,34 @@ TEST_F(PortU3V, SlowTheAccessThatUsesRequestId0xFFFFFailsWithIo) {
   EXPECT_EQ(Emulated().LastRequestId(), 0xFFFFu);
   EXPECT_EQ(ReadU32(port, tcU3vRegisters::kWidth), 640u);  // id 0 matches again
   EXPECT_EQ(Emulated().LastRequestId(), 0u);
+}
+
+TEST_F(PortU3V, ReadsFromSeveralThreadsAreSerialisedWithDistinctRequestIds) {
+  void* port = OpenCamera();
+  size_t before = Emulated().CommandsSeen().size();
+  constexpr int kThreads = 4;
+  constexpr int kReads = 100;
+  std::atomic<int> failures{0};
+  std::vector<std::thread> threads;
+  for (int t = 0; t < kThreads; ++t) {
+    threads.emplace_back([&] {
+      for (int i = 0; i < kReads; ++i) {
+        uint32_t value = 0;
+        size_t size = sizeof value;
+        if (Lib().GCReadPort(port, tcU3vRegisters::kWidth, &value, &size) != GC_ERR_SUCCESS ||
+            value != 640) {
+          ++failures;
+        }
+      }
+    });
+  }
+  for (std::thread& thread : threads)
+    thread.join();
+  EXPECT_EQ(failures.load(), 0);
+  std::vector<Seen> seen = SeenSince(Emulated(), before);
+  ASSERT_EQ(seen.size(), static_cast<size_t>(kThreads * kReads));
+  for (size_t i = 0; i < seen.size(); ++i)
+    EXPECT_EQ(seen[i].requestId, 4 + i);
 }
 
 TEST_F(PortU3V, PortInformation) {

@@ -77,22 +77,44 @@ class U3vConsumerTest : public SystemConsumerTest {
   tcU3vCamera& Emulated(size_t index = 0) { return bench_->Camera(index); }
   tcU3vCameraBench& Bench() { return *bench_; }
 
+  // Whether the task folder `base` (/proc/self/task/<tid>) is a thread named `name`.
+  static bool HasName(const std::string& base, const std::string& name) {
+    FILE* file = fopen((base + "/comm").c_str(), "r");
+    if (file == nullptr) return false;
+    char comm[64] = "";
+    bool match = fgets(comm, sizeof comm, file) != nullptr && std::string(comm) == name + "\n";
+    fclose(file);
+    return match;
+  }
   // Threads of this process named `name`.
   static int ThreadsNamed(const std::string& name) {
     int count = 0;
     DIR* tasks = opendir("/proc/self/task");
     if (tasks == nullptr) return -1;
     while (dirent* entry = readdir(tasks)) {
-      if (entry->d_name[0] == '.') continue;
-      std::string path = std::string("/proc/self/task/") + entry->d_name + "/comm";
-      FILE* file = fopen(path.c_str(), "r");
-      if (file == nullptr) continue;
-      char comm[64] = "";
-      if (fgets(comm, sizeof comm, file) != nullptr && std::string(comm) == name + "\n") ++count;
-      fclose(file);
+      if (entry->d_name[0] != '.' && HasName(std::string("/proc/self/task/") + entry->d_name, name))
+        ++count;
     }
     closedir(tasks);
     return count;
+  }
+
+  // Nanoseconds on a CPU of this process's thread named `name` (its schedstat), or -1.
+  static int64_t ThreadCpuNs(const std::string& name) {
+    int64_t ns = -1;
+    DIR* tasks = opendir("/proc/self/task");
+    while (tasks != nullptr && ns < 0) {
+      dirent* entry = readdir(tasks);
+      if (entry == nullptr) break;
+      std::string base = std::string("/proc/self/task/") + entry->d_name;
+      if (!HasName(base, name)) continue;
+      FILE* file = fopen((base + "/schedstat").c_str(), "r");
+      long long value = 0;
+      if (file != nullptr && fscanf(file, "%lld", &value) == 1) ns = value;
+      if (file != nullptr) fclose(file);
+    }
+    if (tasks != nullptr) closedir(tasks);
+    return ns;
   }
 
   // Waits up to 2 s until `count` threads are named `name`; returns the last count seen.
