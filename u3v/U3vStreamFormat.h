@@ -30,7 +30,11 @@ struct tsTransferPlan {
   bool operator==(const tsTransferPlan&) const = default;
 };
 
-// The transfer sizes for a payload of `payload` bytes (leader and trailer sizes stay 0).
+// Payload sizes whose transfer count fits its 32 bits (below 2^55 bytes).
+inline constexpr uint64_t kPlannablePayloads = uint64_t{1} << 55;
+
+// The transfer sizes for a payload of `payload` bytes, below kPlannablePayloads (leader and
+// trailer sizes stay 0).
 tsTransferPlan MakeTransferPlan(uint64_t payload);
 
 // The image leader's fields as the buffer information uses them.
