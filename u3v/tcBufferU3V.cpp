@@ -99,10 +99,11 @@ int tcBufferU3V::Submit() {
   return submit(trailer_.get());
 }
 
+// The count goes down last: once it is 0 a cancellation may return and the buffer go, so the
+// semaphore is posted before (a waiter that wakes too early sees the count and waits again).
 void tcBufferU3V::TransferEnded() {
-  bool waited = cancelling_.load();
+  if (cancelling_.load()) cancelled_.Post();
   inFlight_.fetch_sub(1);
-  if (waited) cancelled_.Post();
 }
 
 void tcBufferU3V::Cancel(uint32_t waitMs) {

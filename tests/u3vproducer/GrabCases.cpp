@@ -37,7 +37,18 @@ tsPngSize PngSize(const std::string& path) {
   return size;
 }
 
+// gentl-tool runs the camera's commands through Aravis on GLib, neither built with
+// ThreadSanitizer, whose mutexes it then reports as misused.
+#if defined(__has_feature)
+#if __has_feature(thread_sanitizer)
+#define GENTL_UNDER_TSAN 1
+#endif
+#endif
+
 TEST(GrabU3V, ThirtyFramesFromTheEmulatedCameraBecomePngFiles) {
+#ifdef GENTL_UNDER_TSAN
+  GTEST_SKIP() << "gentl-tool's GenApi engine is not instrumented";
+#endif
   tcU3vCameraBench bench;
   bench.AddCamera(tsU3vCameraOptions{});
   const std::string folder = tcToolRunner::TempFolder() + "/frames";
