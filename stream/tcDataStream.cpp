@@ -311,6 +311,19 @@ tcBufferLease tcDataStream::WaitForInputBuffer() {
   return TakeInputLocked();
 }
 
+tcBufferLease tcDataStream::TakeFromInput(tcBuffer* buffer) {
+  Lock lock(lock_);
+  auto it = std::find(input_.begin(), input_.end(), buffer);
+  if (it == input_.end()) return {};
+  input_.erase(it);
+  return tcBufferLease(this, buffer);
+}
+
+std::vector<tcBuffer*> tcDataStream::InputBuffers() {
+  Lock lock(lock_);
+  return {input_.begin(), input_.end()};
+}
+
 void tcDataStream::ReturnToInput(tcBuffer* buffer) {
   Lock lock(lock_);
   input_.push_front(buffer);

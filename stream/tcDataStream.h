@@ -15,6 +15,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <vector>
 
 #include "base/tcMutex.h"
 #include "modules/tcModulePort.h"
@@ -87,6 +88,11 @@ class tcDataStream : public tcEventProducer, public tcModulePort {
   tcBufferLease TakeInputBuffer();
   // The same, waiting until a buffer is queued; empty once stop is requested.
   tcBufferLease WaitForInputBuffer();
+  // Takes `buffer` out of the input list wherever it stands, for transports that fill several
+  // buffers at once; empty when it is not there (flushed meanwhile). Not counted as started.
+  tcBufferLease TakeFromInput(tcBuffer* buffer);
+  // The input list as it is now, oldest first.
+  std::vector<tcBuffer*> InputBuffers();
   // Delivery, steps 2 to 4: the filled buffer goes to the end of the output list, is counted
   // as delivered, records whether it holds an image and gets its new-buffer entry, in one
   // critical section.

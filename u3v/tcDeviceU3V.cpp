@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "base/Log.h"
+#include "u3v/tcDataStreamU3V.h"
 #include "u3v/tcEventThreadU3V.h"
 #include "u3v/tcInterfaceU3V.h"
 #include "u3v/tcPortU3V.h"
@@ -122,8 +123,11 @@ void tcDeviceU3V::TakeCamera(tsCandidateU3V& match) {
     auto number = static_cast<uint8_t>(firstInterface_ + i);
     Claim(number);  // the event interface is claimed and not used
     if (IsStreamingInterface(match.config.get(), number)) {
-      // The data stream of this streaming interface is created and appended to streams_ here.
       GENTL_LOG(kLogDebug, "%s: streaming interface %d", Name(), number);
+      int index = static_cast<int>(streams_.size());
+      streams_.push_back(MakeModule<tcDataStreamU3V>("Stream" + std::to_string(index), this, index,
+                                                     port_.get(), handle_.get(), match.config.get(),
+                                                     number));
     }
   }
 }

@@ -31,6 +31,8 @@ class tcPortU3V : public tcPort {
       GENTL_REQUIRES(AccessMutex());
   GenTL::GC_ERROR Write(uint64_t address, const void* buffer, size_t* size) override
       GENTL_REQUIRES(AccessMutex());
+  // The camera's response time as this port uses it (the stream waits for cancellations by it).
+  uint32_t ResponseTimeMs() const { return responseTimeMs_; }
 
  private:
   // The time-out of one access: the response time, extended by PENDING_ACKs up to a budget.

@@ -42,13 +42,17 @@ TEST_F(PortU3V, OpeningReadsResponseTimeAndTransferLengths) {
   EXPECT_TRUE(HasLogLine(log, prefix + "SRBM: Max Command Transfer Length: 1024"));
   EXPECT_TRUE(HasLogLine(log, prefix + "SRBM: Max Acknowledge Transfer Length: 768"));
   std::vector<Seen> seen = Emulated().CommandsSeen();
-  ASSERT_EQ(seen.size(), 4u);
+  // The port's bootstrap reads, then the data stream's way to its streaming registers.
+  ASSERT_EQ(seen.size(), 6u);
   EXPECT_EQ(seen[0].address, 0x1CCu);
   EXPECT_EQ(seen[0].requestId, 0u);
   EXPECT_EQ(seen[1].address, 0x1D8u);
   EXPECT_EQ(seen[2].address, tcU3vRegisters::kMaxCommandLength);
   EXPECT_EQ(seen[3].address, tcU3vRegisters::kMaxAckLength);
   EXPECT_EQ(seen[3].requestId, 3u);
+  EXPECT_EQ(seen[4].address, 0x1D8u);
+  EXPECT_EQ(seen[5].address, tcU3vRegisters::kSirmAddress);
+  EXPECT_EQ(seen[5].requestId, 5u);
   EXPECT_EQ(Lib().DevClose(device_), GC_ERR_SUCCESS);
 }
 
@@ -86,9 +90,10 @@ TEST_F(PortU3V, A1000ByteReadIsThreePiecesWithTheirOwnRequestIds) {
   EXPECT_EQ(seen[1].address, base + 492);
   EXPECT_EQ(seen[2].length, 16u);
   EXPECT_EQ(seen[2].address, base + 984);
-  EXPECT_EQ(seen[0].requestId, 4u);  // 0 to 3 went to the bootstrap reads
-  EXPECT_EQ(seen[1].requestId, 5u);
-  EXPECT_EQ(seen[2].requestId, 6u);
+  // 0 to 5 went to the bootstrap reads and the stream's look-up of its registers.
+  EXPECT_EQ(seen[0].requestId, 6u);
+  EXPECT_EQ(seen[1].requestId, 7u);
+  EXPECT_EQ(seen[2].requestId, 8u);
   for (const Seen& command : seen)
     EXPECT_EQ(command.commandId, kReadMem);
 }
@@ -241,8 +246,9 @@ TEST_F(PortU3V, ReadsFromSeveralThreadsAreSerialisedWithDistinctRequestIds) {
   EXPECT_EQ(failures.load(), 0);
   std::vector<Seen> seen = SeenSince(Emulated(), before);
   ASSERT_EQ(seen.size(), static_cast<size_t>(kThreads * kReads));
+  // 0 to 5 went to the bootstrap reads and the stream's look-up of its registers.
   for (size_t i = 0; i < seen.size(); ++i)
-    EXPECT_EQ(seen[i].requestId, 4 + i);
+    EXPECT_EQ(seen[i].requestId, 6 + i);
 }
 
 TEST_F(PortU3V, PortInformation) {
