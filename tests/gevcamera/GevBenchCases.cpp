@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <cerrno>
 #include <cstdio>
 #include <memory>
 #include <string>
@@ -182,10 +183,12 @@ TEST_F(GevBench, PrivilegeExpiresWithoutHeartbeat) {
 }
 
 // One received GVSP packet, taken apart.
-// Every datagram the socket receives carries the kernel's arrival time (SIOCGSTAMPNS).
+// From now on every datagram the socket receives carries the kernel's arrival time, which
+// SIOCGSTAMPNS reads after a receive; the first call switches the time stamps on (and has
+// none to give yet).
 bool StampArrivals(const tcUdpSocket& socket) {
-  int on = 1;
-  return setsockopt(socket.Fd(), SOL_SOCKET, SO_TIMESTAMPNS, &on, sizeof on) == 0;
+  timespec none{};
+  return ioctl(socket.Fd(), SIOCGSTAMPNS, &none) == 0 || errno == ENOENT;
 }
 
 struct tsPacket {
