@@ -47,7 +47,7 @@ msghdr PacketInfoMessage(sockaddr_in* address, iovec* vector, tuPacketInfoContro
   return message;
 }
 
-// The messages of a batch call: one datagram (a buffer and maybe a tail) and one peer each.
+// The messages of a batch send: one datagram (a buffer and maybe a tail) and one peer each.
 struct tsBatch {
   explicit tsBatch(std::span<const tsDatagram> datagrams)
       : count(std::min(datagrams.size(), tcUdpSocket::kMaxBatch)) {
@@ -66,6 +66,29 @@ struct tsBatch {
   size_t count;
   std::array<mmsghdr, tcUdpSocket::kMaxBatch> messages{};
   std::array<iovec, 2 * tcUdpSocket::kMaxBatch> vectors{};
+  std::array<sockaddr_in, tcUdpSocket::kMaxBatch> peers{};
+};
+
+// The messages of a scattered receive: up to three parts and one peer each.
+struct tsScatterBatch {
+  explicit tsScatterBatch(std::span<const tsScatterDatagram> datagrams)
+      : count(std::min(datagrams.size(), tcUdpSocket::kMaxBatch)) {
+    for (size_t i = 0; i < count; ++i) {
+      iovec* parts = &vectors[tsScatterDatagram::kMaxParts * i];
+      size_t used = 0;
+      for (std::span<std::byte> part : datagrams[i].parts) {
+        if (!part.empty()) parts[used++] = {part.data(), part.size()};
+      }
+      messages[i].msg_hdr.msg_iov = parts;
+      messages[i].msg_hdr.msg_iovlen = used;
+      messages[i].msg_hdr.msg_name = &peers[i];
+      messages[i].msg_hdr.msg_namelen = sizeof peers[i];
+    }
+  }
+
+  size_t count;
+  std::array<mmsghdr, tcUdpSocket::kMaxBatch> messages{};
+  std::array<iovec, tsScatterDatagram::kMaxParts * tcUdpSocket::kMaxBatch> vectors{};
   std::array<sockaddr_in, tcUdpSocket::kMaxBatch> peers{};
 };
 
@@ -273,8 +296,21 @@ tsIoResult tcUdpSocket::ReceiveWithDestination(std::span<std::byte> buffer, tsSo
 }
 
 tsIoResult tcUdpSocket::ReceiveBatch(std::span<tsDatagram> datagrams) const {
+  std::array<tsScatterDatagram, kMaxBatch> scattered;
+  size_t count = std::min(datagrams.size(), kMaxBatch);
+  for (size_t i = 0; i < count; ++i)
+    scattered[i].parts[0] = datagrams[i].buffer;
+  tsIoResult result = ReceiveScattered(std::span(scattered).first(count));
+  for (size_t i = 0; i < result.count; ++i) {
+    datagrams[i].length = scattered[i].length;
+    datagrams[i].peer = scattered[i].peer;
+  }
+  return result;
+}
+
+tsIoResult tcUdpSocket::ReceiveScattered(std::span<tsScatterDatagram> datagrams) const {
   if (!IsOpen()) return tsIoResult::Failure(EBADF);
-  tsBatch batch(datagrams);
+  tsScatterBatch batch(datagrams);
   tsIoResult result = FromCount(recvmmsg(
       Fd(), batch.messages.data(), static_cast<unsigned>(batch.count), MSG_DONTWAIT, nullptr));
   for (size_t i = 0; i < result.count; ++i) {

@@ -8,6 +8,7 @@
 #include "base/tcFileDescriptor.h"
 #include "base/tsDatagram.h"
 #include "base/tsIoResult.h"
+#include "base/tsScatterDatagram.h"
 #include "base/tsSocketAddress.h"
 
 // Calls on a socket that is not open return EBADF without reaching the system. Receives never
@@ -51,6 +52,9 @@ class tcUdpSocket {
                                     uint32_t* localAddress) const;
   // Up to kMaxBatch datagrams in one call; the count is the number of datagrams filled.
   tsIoResult ReceiveBatch(std::span<tsDatagram> datagrams) const;
+  // As ReceiveBatch, each datagram spread over its parts (a header in one place and its data
+  // in another, for example).
+  tsIoResult ReceiveScattered(std::span<tsScatterDatagram> datagrams) const;
   // Up to kMaxBatch datagrams in one call; the count is the number of datagrams sent.
   tsIoResult SendBatch(std::span<const tsDatagram> datagrams) const;
   // As SendBatch, for up to kMaxSegmentedBatch datagrams, with far less work per datagram: each

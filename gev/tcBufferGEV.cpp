@@ -1,6 +1,7 @@
 // tcBufferGEV: per-frame packet bookkeeping, leader and trailer decoding, the missing check.
 #include "gev/tcBufferGEV.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "base/tcWireReader.h"
@@ -22,12 +23,14 @@ tcBufferGEV::tcBufferGEV(tcDataStream* stream, void* memory, size_t size, void* 
     : tcBuffer(stream, memory, size, userPointer, owned, "GEV") {}
 
 void tcBufferGEV::Reset(uint16_t packetSize, bool standardIds) {
-  uint32_t header = standardIds ? 8 : 20;
-  payloadPerPacket = packetSize > kIpUdpHeaders + header ? packetSize - kIpUdpHeaders - header : 0;
+  headerLength = standardIds ? 8 : 20;
+  payloadPerPacket =
+      packetSize > kIpUdpHeaders + headerLength ? packetSize - kIpUdpHeaders - headerLength : 0;
   size_t slots = payloadPerPacket == 0 ? 0 : (size + payloadPerPacket - 1) / payloadPerPacket;
   received.assign(slots, 0);
   bytesWritten = 0;
   receivedCount = 0;
+  highestStoredId = 0;
   expectedCount = 0;
   overflow = false;
   resendRequested = false;
@@ -81,12 +84,21 @@ tcBufferGEV::tcStore tcBufferGEV::StorePacket(uint32_t packetId, std::span<const
     overflow = true;
     return tcStore::kOverflow;
   }
-  std::memcpy(static_cast<std::byte*>(memory) + offset, data.data(), data.size());
+  std::byte* place = static_cast<std::byte*>(memory) + offset;
+  if (place != data.data()) std::memcpy(place, data.data(), data.size());
   if (packetId > received.size() || received[packetId - 1] != 0) return tcStore::kCopied;
   received[packetId - 1] = 1;
+  highestStoredId = std::max(highestStoredId, packetId);
   bytesWritten += data.size();
   ++receivedCount;
   return tcStore::kStored;
+}
+
+std::span<std::byte> tcBufferGEV::PacketPlace(uint32_t packetId) const {
+  uint64_t offset = (uint64_t{packetId} - 1) * payloadPerPacket;
+  if (packetId == 0 || offset >= size) return {};
+  return {static_cast<std::byte*>(memory) + offset,
+          static_cast<size_t>(std::min<uint64_t>(payloadPerPacket, size - offset))};
 }
 
 int tcBufferGEV::CheckMissing(uint32_t count, std::vector<uint32_t>* missing) const {

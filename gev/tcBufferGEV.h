@@ -33,8 +33,12 @@ class tcBufferGEV : public tcBuffer {
   void ParseLeader(std::span<const std::byte> leader);
   // The trailer's 8 bytes after the packet header (at least that many).
   void ParseTrailer(std::span<const std::byte> trailer);
-  // Places a data packet's bytes at (packetId - 1) x the payload per packet.
+  // Places a data packet's bytes at (packetId - 1) x the payload per packet; bytes that were
+  // received straight into that place are not copied.
   tcStore StorePacket(uint32_t packetId, std::span<const std::byte> data);
+  // Where the data of packet `packetId` (1 or more) of this frame belongs: payload per packet
+  // bytes, fewer at the end of the buffer; empty for a packet outside the buffer.
+  std::span<std::byte> PacketPlace(uint32_t packetId) const;
   // Lists the packets of 1..count not received in `missing` (count 0: the stored expected
   // count). -1: count beyond the slots; -2: no count known; 1: more than kMaxMissing missing;
   // 0 otherwise.
@@ -48,6 +52,8 @@ class tcBufferGEV : public tcBuffer {
   uint32_t receivedCount = 0;
   uint32_t expectedCount = 0;  // from the trailer; 0 until it arrives
   uint32_t payloadPerPacket = 0;
+  uint32_t headerLength = 0;     // of the frame's packets: 8 with standard ids, 20 extended
+  uint32_t highestStoredId = 0;  // the highest packet id stored so far
   // Leader fields, host order.
   uint8_t fieldInfo = 0;
   uint8_t leaderFlags = 0;

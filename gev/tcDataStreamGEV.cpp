@@ -5,7 +5,8 @@
 #include <arpa/inet.h>
 #include <errno.h>
 
-#include <array>
+#include <algorithm>
+#include <thread>
 #include <vector>
 
 #include "base/Config.h"
@@ -15,6 +16,7 @@
 #include "gev/tcBufferGEV.h"
 #include "gev/tcDeviceGEV.h"
 #include "gev/tcGvspAssembler.h"
+#include "gev/tcGvspReceiver.h"
 #include "gev/tcPortGEV.h"
 
 using namespace GenTL;
@@ -43,9 +45,6 @@ constexpr int kReceiveWaitMs = 300;
 constexpr const char* kOpen = "tcDataStreamGEV::Open";
 constexpr const char* kNegotiate = "tcDataStreamGEV::NegotiatePacketsize";
 constexpr const char* kStart = "tcDataStreamGEV::StartAcquisition";
-
-// Datagrams one receive call moves: enough to keep system calls rare at 20 Gb/s.
-constexpr size_t kBatch = tcUdpSocket::kMaxBatch;
 
 }  // namespace
 
@@ -186,7 +185,7 @@ bool tcDataStreamGEV::TestPacketSize(uint16_t size) {
   if (WriteReg(kStreamPacketSize, size | kFireTestPacket) != GC_ERR_SUCCESS) return false;
   tcPoll poll;
   poll.Add(socket_.Fd());
-  std::vector<std::byte> packet(kMaxPacket);
+  std::vector<std::byte> packet(tcGvspReceiver::kMaxPacket);
   uint32_t camera = port_ != nullptr ? port_->CameraAddress() : 0;
   for (int attempt = 0; attempt < kTestAttempts;) {
     tsIoResult ready = poll.Wait(kTestWaitMs);
@@ -233,7 +232,7 @@ void tcDataStreamGEV::OnStopRequested() {
 }
 
 void tcDataStreamGEV::DrainSocket() {
-  std::vector<std::byte> packet(kMaxPacket);
+  std::vector<std::byte> packet(tcGvspReceiver::kMaxPacket);
   tsSocketAddress from;
   while (socket_.ReceiveFrom(packet, &from).Ok()) {
   }
@@ -252,14 +251,12 @@ void tcDataStreamGEV::AcquistionThread(uint64_t frames) {
   uint32_t droppedBefore = dropped_.load();
   tcGvspAssembler assembler(*this, {packetSize_.load(), resendEnabled_.load(),
                                     port_->CameraAddress(), device->TimestampFrequency()});
-  std::vector<std::byte> storage(kBatch * kMaxPacket);
-  std::array<tsDatagram, kBatch> datagrams;
-  for (size_t i = 0; i < kBatch; ++i)
-    datagrams[i].buffer = std::span(storage).subspan(i * kMaxPacket, kMaxPacket);
+  tcGvspReceiver receiver(assembler, port_->CameraAddress());
   tcPoll poll;
   size_t socketIndex = poll.Add(socket_.Fd());
   size_t wakeIndex = poll.Add(wake_.Fd());
-  bool full = false;  // the last batch was full: more is waiting, no need to poll first
+  auto pause = GatherPause();
+  bool full = false;  // the last batch was filled: more may be waiting, no need to poll first
   while (!acquisition_.StopRequested() && assembler.Completed() < frames) {
     if (!full) {
       tsIoResult ready = poll.Wait(kReceiveWaitMs);
@@ -270,25 +267,32 @@ void tcDataStreamGEV::AcquistionThread(uint64_t frames) {
       if (ready.count != 0 && poll.Readable(wakeIndex)) wake_.Drain();  // the loop sees the stop
       if (ready.count == 0 || !poll.Readable(socketIndex)) continue;
     }
-    tsIoResult received = socket_.ReceiveBatch(datagrams);
-    full = received.Ok() && received.count == kBatch;
+    tsIoResult received = receiver.Receive(socket_, frames);
+    full = receiver.Filled();
     if (!received.Ok()) {
       if (received.error == EAGAIN || received.error == EINTR) continue;
       GENTL_LOG(kLogError, "Error On recvfrom: %d", received.error);
       break;
     }
-    // Every datagram of the batch in arrival order, as if read one by one.
-    for (size_t i = 0; i < received.count && assembler.Completed() < frames; ++i) {
-      assembler.HandlePacket(datagrams[i].buffer.first(datagrams[i].length),
-                             datagrams[i].peer.address);
-    }
     dropped_.store(droppedBefore + assembler.Dropped());
+    // In the middle of a frame that arrives faster than it is read, waking for every packet
+    // or two costs more than the packets: a short pause lets a batch gather.
+    if (!full && assembler.InProgressCount() != 0) std::this_thread::sleep_for(pause);
   }
   assembler.ReturnInProgress();
   dropped_.store(droppedBefore + assembler.Dropped());
   GENTL_LOG(kLogInfo, "Exit : frames captured = %lld", assembler.Completed());
   running_.store(false);
   if (!acquisition_.StopRequested()) AcquisitionEnded();
+}
+
+// The pause may let at most a quarter of the socket buffer fill at 25 Gb/s, and lasts no
+// longer than kMaxGatherPause.
+std::chrono::microseconds tcDataStreamGEV::GatherPause() const {
+  int bytes = 0;
+  if (socket_.ReceiveBufferSize(&bytes) != 0) return {};
+  constexpr int64_t kBytesPerMicrosecond = 25000 / 8;
+  return std::min(kMaxGatherPause, std::chrono::microseconds(bytes / 4 / kBytesPerMicrosecond));
 }
 
 tcBuffer* tcDataStreamGEV::TakeBuffer() {

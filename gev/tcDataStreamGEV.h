@@ -4,6 +4,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <memory>
 
@@ -18,8 +19,7 @@ class tcPortGEV;
 class tcDataStreamGEV : public tcDataStream, private tcGvspAssemblerTarget {
  public:
   static constexpr int kReceiveBufferSize = 0x40000;
-  // The largest datagram the thread reads; longer ones are cut.
-  static constexpr size_t kMaxPacket = 10000;
+  static constexpr std::chrono::microseconds kMaxGatherPause{250};
 
   // `port` is the device's remote port (null when it has none: the stream then cannot tell
   // the camera where to send).
@@ -45,6 +45,8 @@ class tcDataStreamGEV : public tcDataStream, private tcGvspAssemblerTarget {
 
  private:
   void AcquistionThread(uint64_t frames);
+  // How long the receive thread waits for more packets of a frame after a short batch.
+  std::chrono::microseconds GatherPause() const;
   GenTL::GC_ERROR OpenSocket();
   void SetReceiveBuffer();
   GenTL::GC_ERROR ConfigureCamera();

@@ -46,6 +46,10 @@ void tcGvspAssembler::HandlePacket(std::span<const std::byte> bytes, uint32_t se
     case tsGvspPacket::tcResult::kOk:
       break;
   }
+  HandleParsed(packet);
+}
+
+void tcGvspAssembler::HandleParsed(const tsGvspPacket& packet) {
   if (packet.format == tsGvspPacket::kLeader) {
     HandleLeader(packet);
   } else if (packet.format == tsGvspPacket::kPayload) {

@@ -33,6 +33,12 @@ class tcGvspAssembler {
 
   // One datagram of `length` bytes from `sender` (host order).
   void HandlePacket(std::span<const std::byte> packet, uint32_t sender);
+  // A packet from the camera whose header is decoded already (its data may lie anywhere,
+  // even in its place in the frame's buffer).
+  void HandleParsed(const tsGvspPacket& packet);
+  // The frame the newest leader started, if it is still in progress: where the packets
+  // that follow are expected to go.
+  tcBufferGEV* NewestFrame() const { return inProgress_.empty() ? nullptr : inProgress_.back(); }
   // Gives every frame in progress up: its buffer goes back to the input queue, not counted.
   void ReturnInProgress();
 

@@ -137,6 +137,9 @@ GC_ERROR tcDataStream::AllocAndAnnounceBuffer(size_t size, void* userPointer, vo
   if (handle == nullptr) return GC_ERR_INVALID_PARAMETER;
   void* memory = malloc(size > 0 ? size : 1);
   if (memory == nullptr) return GC_ERR_OUT_OF_MEMORY;
+  // Touched now, so that the first frame into each buffer does not pay for its page faults
+  // in the receive thread (at high rates that delay costs frames).
+  memset(memory, 0, size);
   std::unique_ptr<tcBuffer> buffer = AllocBuffer(memory, size, userPointer, true);
   if (buffer == nullptr) {
     free(memory);

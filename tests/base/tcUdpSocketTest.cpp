@@ -73,6 +73,8 @@ TEST(tcUdpSocket, NotOpenRefusesEveryCallWithEbadf) {
   EXPECT_EQ(socket.ReceiveFrom(buffer, &address).error, EBADF);
   EXPECT_EQ(socket.ReceiveWithDestination(buffer, &address, nullptr).error, EBADF);
   EXPECT_EQ(socket.ReceiveBatch(batch).error, EBADF);
+  std::array<tsScatterDatagram, 1> scattered{};
+  EXPECT_EQ(socket.ReceiveScattered(scattered).error, EBADF);
   EXPECT_EQ(socket.SendBatch(batch).error, EBADF);
   EXPECT_EQ(socket.SendTo(buffer, {kLoopback, 9}).ErrorText(), "Bad file descriptor");
 }
@@ -234,6 +236,31 @@ TEST_F(tcUdpSocketTest, BatchSendAndReceive) {
   EXPECT_EQ(AsText(std::span(storage[2]).first(3)), "ccc");
   EXPECT_EQ(incoming[1].peer, senderAddress_);
   EXPECT_EQ(receiver_.ReceiveBatch(incoming).error, EAGAIN);
+}
+
+TEST_F(tcUdpSocketTest, ScatteredReceiveFillsThePartsInOrderAndCutsTheRest) {
+  ASSERT_TRUE(sender_.SendTo(Payload("headdata+rest"), receiverAddress_).Ok());
+  ASSERT_TRUE(sender_.SendTo(Payload("hea"), receiverAddress_).Ok());
+  ASSERT_TRUE(sender_.SendTo(Payload("0123456789abcdefXYZ"), receiverAddress_).Ok());
+  ASSERT_TRUE(WaitReadable(receiver_));
+  std::array<std::array<std::byte, 4>, 3> header{}, data{};
+  std::array<std::array<std::byte, 8>, 3> rest{};
+  std::array<tsScatterDatagram, 3> incoming;
+  for (size_t i = 0; i < incoming.size(); ++i)
+    incoming[i].parts = {header[i], data[i], rest[i]};
+  incoming[1].parts[1] = {};  // an empty part takes nothing
+  tsIoResult received = receiver_.ReceiveScattered(incoming);
+  ASSERT_TRUE(received.Ok()) << received.ErrorText();
+  ASSERT_EQ(received.count, 3u);
+  EXPECT_EQ(incoming[0].length, 13u);
+  EXPECT_EQ(AsText(header[0]) + AsText(data[0]) + AsText(std::span(rest[0]).first(5)),
+            "headdata+rest");
+  EXPECT_EQ(incoming[1].length, 3u);
+  EXPECT_EQ(AsText(std::span(header[1]).first(3)), "hea");
+  EXPECT_EQ(incoming[2].length, 16u);  // cut to the 16 bytes of room
+  EXPECT_EQ(AsText(rest[2]), "89abcdef");
+  EXPECT_EQ(incoming[2].peer, senderAddress_);
+  EXPECT_EQ(receiver_.ReceiveScattered(incoming).error, EAGAIN);
 }
 
 TEST_F(tcUdpSocketTest, BatchesAreCappedAtTheMaximum) {
