@@ -1,11 +1,13 @@
 // The GigE Vision stream's receive side against Aravis's client on the same emulator stream (a
 // measurement, not a test): 2448 x 2048 Mono8 frames (5 MB) in 8192-byte packets over a veth
-// pair with MTU 9000, at 1, 10 and 20 Gb/s. For each rate: frames delivered and lost by the
-// producer (through the GenTL functions, as a consumer) and the CPU of its process beside the
-// consumer's own thread; then arv-camera-test-0.8 on a fresh camera, its frames, failures and
-// CPU. The stream asks for a 64 MiB socket buffer unless GENTL_GEV_RCVBUF says otherwise.
-// Run as root: build/<config>/bench/gev_stream_bench [seconds] [Gb/s ...] [gev-camera options],
-// e.g. gev_stream_bench 8 10 --loss 0.02 for 2 % of the payload packets lost (and resent).
+// pair with MTU 9000 per camera, at 1, 10 and 20 Gb/s and from four cameras at 2.5 Gb/s each.
+// For each rate: frames delivered and lost by the producer (through the GenTL functions, as a
+// consumer with a thread per camera) and the CPU of its process beside the consumer threads;
+// then arv-camera-test-0.8 on fresh cameras (one each, all at once), frames, failures and CPU. The
+// stream asks for a 64 MiB socket buffer unless GENTL_GEV_RCVBUF says otherwise. Run as root:
+// build/<config>/bench/gev_stream_bench [seconds] [rate ...] [gev-camera options], a rate being
+// Gb/s from one camera or NxG for N cameras at G Gb/s each at once (default 1 10 20 4x2.5); e.g.
+// gev_stream_bench 8 10 --loss 0.02 for 2 % of the payload packets lost (and resent).
 #include <arpa/inet.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -18,6 +20,8 @@
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <thread>
+#include <utility>
 #include <vector>
 
 #include "GenTLLibrary.h"
@@ -86,15 +90,17 @@ double DeliveredGbps(uint64_t frames, double seconds) {
 // Options for every gev-camera the bench starts (faults, for example).
 std::vector<std::string> gCameraOptions;
 
-std::string StartCamera(tcNetBench& bench, tsBenchLink* link) {
-  std::vector<std::string> command{GEV_CAMERA_PATH, "--width", std::to_string(kWidth), "--height",
-                                   std::to_string(kHeight)};
+// Camera `index` of a run (each has a serial number of its own).
+std::string StartCamera(tcNetBench& bench, int index, tsBenchLink* link) {
+  std::vector<std::string> command{
+      GEV_CAMERA_PATH,         "--width",  std::to_string(kWidth),         "--height",
+      std::to_string(kHeight), "--serial", "BENCH" + std::to_string(index)};
   command.insert(command.end(), gCameraOptions.begin(), gCameraOptions.end());
   return bench.AddCamera(command, tcNetBench::kJumboMtu, link);
 }
 
-// The producer's run: frames delivered, lost (started but not delivered, and skipped for lack
-// of a buffer) and the CPU of every thread but this one.
+// The producer's run over every camera: frames delivered, lost (started but not delivered,
+// and skipped for lack of a buffer) and the CPU of every thread but the consumer's.
 struct tsProducerRun {
   bool ok = false;
   uint64_t delivered = 0;
@@ -121,116 +127,207 @@ T StreamInfo(GenTLLibrary& lib, void* stream, int32_t command) {
   return value;
 }
 
-tsProducerRun RunProducer(GenTLLibrary& lib, const tsBenchLink& link, double gbps, double seconds) {
-  tsProducerRun run;
-  void *system = nullptr, *interface = nullptr, *device = nullptr, *port = nullptr;
-  void *stream = nullptr, *event = nullptr;
-  lib.GCInitLib();
-  lib.TLOpen(&system);
-  lib.TLUpdateInterfaceList(system, nullptr, 0);
-  lib.TLOpenInterface(system, "GEV", &interface);
-  uint32_t count = 0;
-  for (int pass = 0; pass < 40 && count == 0; ++pass) {
+// One camera opened through the producer, streaming into its buffers.
+struct tsOpenCamera {
+  void* device = nullptr;
+  void* port = nullptr;
+  void* stream = nullptr;
+  void* event = nullptr;
+};
+
+// The device ids of `count` cameras, or fewer when discovery does not find them all.
+std::vector<std::string> FindCameras(GenTLLibrary& lib, void* interface, uint32_t count) {
+  uint32_t found = 0;
+  for (int pass = 0; pass < 40 && found < count; ++pass) {
     lib.IFUpdateDeviceList(interface, nullptr, 200);
-    lib.IFGetNumDevices(interface, &count);
+    lib.IFGetNumDevices(interface, &found);
   }
-  char id[256] = "";
-  size_t size = sizeof id;
-  if (count == 0 || lib.IFGetDeviceID(interface, 0, id, &size) != GC_ERR_SUCCESS ||
-      lib.IFOpenDevice(interface, id, DEVICE_ACCESS_EXCLUSIVE, &device) != GC_ERR_SUCCESS ||
-      lib.DevGetPort(device, &port) != GC_ERR_SUCCESS ||
-      lib.DevOpenDataStream(device, "Stream0", &stream) != GC_ERR_SUCCESS || stream == nullptr) {
-    lib.GCCloseLib();
-    return run;
+  std::vector<std::string> ids;
+  for (uint32_t i = 0; i < found; ++i) {
+    char id[256] = "";
+    size_t size = sizeof id;
+    if (lib.IFGetDeviceID(interface, i, id, &size) == GC_ERR_SUCCESS) ids.push_back(id);
+  }
+  return ids;
+}
+
+bool OpenCamera(GenTLLibrary& lib, void* interface, const std::string& id, double gbps,
+                tsOpenCamera* camera) {
+  if (lib.IFOpenDevice(interface, id.c_str(), DEVICE_ACCESS_EXCLUSIVE, &camera->device) !=
+          GC_ERR_SUCCESS ||
+      lib.DevGetPort(camera->device, &camera->port) != GC_ERR_SUCCESS ||
+      lib.DevOpenDataStream(camera->device, "Stream0", &camera->stream) != GC_ERR_SUCCESS ||
+      camera->stream == nullptr) {
+    return false;
   }
   float rate = FrameRate(gbps);
   uint32_t rateBits;
   std::memcpy(&rateBits, &rate, sizeof rateBits);
-  WriteCamera(lib, port, 0x10028, rateBits);
-  WriteCamera(lib, port, 0x0D04, 0x40000000u | kPacketSize);
+  WriteCamera(lib, camera->port, 0x10028, rateBits);
+  WriteCamera(lib, camera->port, 0x0D04, 0x40000000u | kPacketSize);
   size_t payload = size_t{kWidth} * kHeight;
   for (int i = 0; i < kBuffers; ++i) {
     void* buffer = nullptr;
-    lib.DSAllocAndAnnounceBuffer(stream, payload, nullptr, &buffer);
-    lib.DSQueueBuffer(stream, buffer);
+    lib.DSAllocAndAnnounceBuffer(camera->stream, payload, nullptr, &buffer);
+    lib.DSQueueBuffer(camera->stream, buffer);
   }
-  lib.GCRegisterEvent(stream, EVENT_NEW_BUFFER, &event);
-  lib.DSStartAcquisition(stream, 0, GENTL_INFINITE);
-  WriteCamera(lib, port, 0x1001C, 1);
-  double start = Now();
-  double cpuStart = CpuSeconds(RUSAGE_SELF) - CpuSeconds(RUSAGE_THREAD);
-  double cameraStart = ProcessCpu(link.pid);
-  long droppedStart = UdpReceiveBufferErrors();
+  lib.GCRegisterEvent(camera->stream, EVENT_NEW_BUFFER, &camera->event);
+  lib.DSStartAcquisition(camera->stream, 0, GENTL_INFINITE);
+  return WriteCamera(lib, camera->port, 0x1001C, 1) == GC_ERR_SUCCESS;
+}
+
+// Queues every delivered buffer again until `seconds` have passed; returns this thread's CPU.
+double ConsumeFor(GenTLLibrary& lib, const tsOpenCamera& camera, double start, double seconds) {
+  double cpuStart = CpuSeconds(RUSAGE_THREAD);
   while (Now() - start < seconds) {
     EVENT_NEW_BUFFER_DATA data{};
     size_t dataSize = sizeof data;
-    if (lib.EventGetData(event, &data, &dataSize, 500) != GC_ERR_SUCCESS) continue;
-    lib.DSQueueBuffer(stream, data.BufferHandle);
+    if (lib.EventGetData(camera.event, &data, &dataSize, 500) != GC_ERR_SUCCESS) continue;
+    lib.DSQueueBuffer(camera.stream, data.BufferHandle);
   }
+  return CpuSeconds(RUSAGE_THREAD) - cpuStart;
+}
+
+void CountFrames(GenTLLibrary& lib, const tsOpenCamera& camera, tsProducerRun* run) {
+  WriteCamera(lib, camera.port, 0x10020, 1);
+  lib.DSStopAcquisition(camera.stream, 0);
+  uint64_t started = StreamInfo<uint64_t>(lib, camera.stream, STREAM_INFO_NUM_STARTED);
+  uint64_t delivered = StreamInfo<uint64_t>(lib, camera.stream, STREAM_INFO_NUM_DELIVERED);
+  run->delivered += delivered;
+  run->underrun += StreamInfo<uint64_t>(lib, camera.stream, STREAM_INFO_NUM_UNDERRUN);
+  run->incomplete += started - delivered;
+  lib.DSFlushQueue(camera.stream, ACQ_QUEUE_ALL_DISCARD);
+  lib.DSClose(camera.stream);
+  lib.DevClose(camera.device);
+}
+
+tsProducerRun RunProducer(GenTLLibrary& lib, const std::vector<tsBenchLink>& links, double gbps,
+                          double seconds) {
+  tsProducerRun run;
+  void *system = nullptr, *interface = nullptr;
+  lib.GCInitLib();
+  lib.TLOpen(&system);
+  lib.TLUpdateInterfaceList(system, nullptr, 0);
+  lib.TLOpenInterface(system, "GEV", &interface);
+  std::vector<std::string> ids = FindCameras(lib, interface, uint32_t(links.size()));
+  std::vector<tsOpenCamera> cameras(ids.size());
+  bool opened = ids.size() == links.size();
+  for (size_t i = 0; i < ids.size() && opened; ++i)
+    opened = OpenCamera(lib, interface, ids[i], gbps, &cameras[i]);
+  if (!opened) {
+    printf("  producer: %zu of %zu cameras found, opening failed\n", ids.size(), links.size());
+    lib.GCCloseLib();
+    return run;
+  }
+  double start = Now();
+  double cpuStart = CpuSeconds(RUSAGE_SELF);
+  double cameraStart = 0;
+  for (const tsBenchLink& link : links)
+    cameraStart += ProcessCpu(link.pid);
+  long droppedStart = UdpReceiveBufferErrors();
+  std::vector<double> consumerCpu(cameras.size());
+  std::vector<std::thread> consumers;
+  for (size_t i = 0; i < cameras.size(); ++i) {
+    consumers.emplace_back(
+        [&, i] { consumerCpu[i] = ConsumeFor(lib, cameras[i], start, seconds); });
+  }
+  for (std::thread& consumer : consumers)
+    consumer.join();
   run.seconds = Now() - start;
-  run.receiveCpu = CpuSeconds(RUSAGE_SELF) - CpuSeconds(RUSAGE_THREAD) - cpuStart;
-  run.cameraCpu = ProcessCpu(link.pid) - cameraStart;
+  run.receiveCpu = CpuSeconds(RUSAGE_SELF) - cpuStart;
+  for (double cpu : consumerCpu)
+    run.receiveCpu -= cpu;
+  for (const tsBenchLink& link : links)
+    run.cameraCpu += ProcessCpu(link.pid);
+  run.cameraCpu -= cameraStart;
   run.droppedDatagrams = UdpReceiveBufferErrors() - droppedStart;
-  WriteCamera(lib, port, 0x10020, 1);
-  lib.DSStopAcquisition(stream, 0);
-  uint64_t started = StreamInfo<uint64_t>(lib, stream, STREAM_INFO_NUM_STARTED);
-  run.delivered = StreamInfo<uint64_t>(lib, stream, STREAM_INFO_NUM_DELIVERED);
-  run.underrun = StreamInfo<uint64_t>(lib, stream, STREAM_INFO_NUM_UNDERRUN);
-  run.incomplete = started - run.delivered;
+  for (const tsOpenCamera& camera : cameras)
+    CountFrames(lib, camera, &run);
   run.ok = true;
-  lib.DSFlushQueue(stream, ACQ_QUEUE_ALL_DISCARD);
-  lib.DSClose(stream);
-  lib.DevClose(device);
   lib.GCCloseLib();
   return run;
 }
 
-// arv-camera-test-0.8 for `seconds`: its final counters and its CPU.
-void RunAravis(const tsBenchLink& link, double gbps, double seconds) {
-  char command[512];
-  snprintf(command, sizeof command,
-           "timeout -s INT %.0f stdbuf -oL arv-camera-test-0.8 -n %s -i %u -f %.3f 2>&1", seconds,
-           tsSocketAddress::Text(link.cameraAddress).c_str(), kPacketSize, FrameRate(gbps));
-  double cpuStart = CpuSeconds(RUSAGE_CHILDREN);
-  double cameraStart = ProcessCpu(link.pid);
-  FILE* pipe = popen(command, "r");
-  if (pipe == nullptr) return;
-  std::string report;
-  char line[512];
-  while (fgets(line, sizeof line, pipe) != nullptr)
-    report += line;
-  pclose(pipe);
-  double cpu = CpuSeconds(RUSAGE_CHILDREN) - cpuStart;
-  double camera = ProcessCpu(link.pid) - cameraStart;
+// The final counters of arv-camera-test-0.8 runs, summed.
+struct tsAravisRun {
+  long completed = 0;
+  long failures = 0;
+  long underruns = 0;
+  long resent = 0;
+};
+
+void AddCounters(const std::string& report, tsAravisRun* run) {
   auto counter = [&](const char* name) -> long {
     size_t at = report.find(name);
-    return at == std::string::npos ? -1 : std::atol(report.c_str() + report.find('=', at) + 1);
+    return at == std::string::npos ? 0 : std::atol(report.c_str() + report.find('=', at) + 1);
   };
-  long completed = counter("n_completed_buffers");
-  double delivered = DeliveredGbps(completed < 0 ? 0 : uint64_t(completed), seconds);
+  run->completed += counter("n_completed_buffers");
+  run->failures += counter("n_failures");
+  run->underruns += counter("n_underruns");
+  run->resent += counter("n_resent_packets");
+}
+
+// arv-camera-test-0.8 for `seconds` on every camera at once: the summed final counters and
+// the CPU of all of them.
+void RunAravis(const std::vector<tsBenchLink>& links, double gbps, double seconds) {
+  double cpuStart = CpuSeconds(RUSAGE_CHILDREN);
+  double cameraStart = 0;
+  for (const tsBenchLink& link : links)
+    cameraStart += ProcessCpu(link.pid);
+  std::vector<FILE*> pipes;
+  for (const tsBenchLink& link : links) {
+    char command[512];
+    snprintf(command, sizeof command,
+             "timeout -s INT %.0f stdbuf -oL arv-camera-test-0.8 -n %s -i %u -f %.3f 2>&1", seconds,
+             tsSocketAddress::Text(link.cameraAddress).c_str(), kPacketSize, FrameRate(gbps));
+    if (FILE* pipe = popen(command, "r")) pipes.push_back(pipe);
+  }
+  tsAravisRun run;
+  for (FILE* pipe : pipes) {
+    std::string report;
+    char line[512];
+    while (fgets(line, sizeof line, pipe) != nullptr)
+      report += line;
+    pclose(pipe);
+    AddCounters(report, &run);
+  }
+  double cpu = CpuSeconds(RUSAGE_CHILDREN) - cpuStart;
+  double camera = -cameraStart;
+  for (const tsBenchLink& link : links)
+    camera += ProcessCpu(link.pid);
+  double delivered = DeliveredGbps(uint64_t(run.completed), seconds);
   printf(
       "  aravis:   %6ld frames complete (%.2f Gb/s), %4ld failures, %4ld underruns, %6ld resent "
       "packets; process CPU %5.1f %% (%.2f %% per delivered Gb/s); camera CPU %5.1f %%\n",
-      completed, delivered, counter("n_failures"), counter("n_underruns"),
-      counter("n_resent_packets"), 100 * cpu / seconds, 100 * cpu / seconds / delivered,
-      100 * camera / seconds);
+      run.completed, delivered, run.failures, run.underruns, run.resent, 100 * cpu / seconds,
+      100 * cpu / seconds / delivered, 100 * camera / seconds);
 }
 
-void Measure(GenTLLibrary& lib, double gbps, double seconds) {
-  printf("%.0f Gb/s target (%.2f frames/s of %u x %u Mono8, %u-byte packets):\n", gbps,
-         FrameRate(gbps), kWidth, kHeight, kPacketSize);
-  {
-    tcNetBench bench;
+// Starts `count` cameras on the bench; false (with the reason printed) when one fails.
+bool StartCameras(tcNetBench& bench, int count, std::vector<tsBenchLink>* links) {
+  for (int i = 0; i < count; ++i) {
     tsBenchLink link;
-    std::string error = StartCamera(bench, &link);
+    std::string error = StartCamera(bench, i, &link);
     if (!error.empty()) {
       printf("  bench: %s\n", error.c_str());
-      return;
+      return false;
     }
-    tsProducerRun run = RunProducer(lib, link, gbps, seconds);
-    if (!run.ok) {
-      printf("  producer: the camera could not be opened\n");
-    } else {
+    links->push_back(link);
+  }
+  return true;
+}
+
+void Measure(GenTLLibrary& lib, double gbps, int cameras, double seconds) {
+  printf(
+      "%.1f Gb/s target from %d camera(s) (%.2f frames/s each of %u x %u Mono8, %u-byte "
+      "packets):\n",
+      gbps * cameras, cameras, FrameRate(gbps), kWidth, kHeight, kPacketSize);
+  {
+    tcNetBench bench;
+    std::vector<tsBenchLink> links;
+    if (!StartCameras(bench, cameras, &links)) return;
+    tsProducerRun run = RunProducer(lib, links, gbps, seconds);
+    if (run.ok) {
       double delivered = DeliveredGbps(run.delivered, run.seconds);
       printf(
           "  producer: %6lu frames complete (%.2f Gb/s), %lu incomplete, %lu underruns, %ld "
@@ -247,10 +344,10 @@ void Measure(GenTLLibrary& lib, double gbps, double seconds) {
     return;
   }
   tcNetBench bench;
-  tsBenchLink link;
-  if (StartCamera(bench, &link).empty()) {
+  std::vector<tsBenchLink> links;
+  if (StartCameras(bench, cameras, &links)) {
     usleep(300000);
-    RunAravis(link, gbps, seconds);
+    RunAravis(links, gbps, seconds);
   }
 }
 
@@ -258,15 +355,20 @@ void Measure(GenTLLibrary& lib, double gbps, double seconds) {
 
 int main(int argc, char** argv) {
   double seconds = argc > 1 ? std::atof(argv[1]) : 10;
-  std::vector<double> rates;
+  std::vector<std::pair<int, double>> rates;  // cameras, Gb/s each
   for (int i = 2; i < argc; ++i) {
     if (argv[i][0] == '-') {
       gCameraOptions.assign(argv + i, argv + argc);
       break;
     }
-    rates.push_back(std::atof(argv[i]));
+    const char* times = strchr(argv[i], 'x');
+    if (times != nullptr) {
+      rates.emplace_back(std::atoi(argv[i]), std::atof(times + 1));
+    } else {
+      rates.emplace_back(1, std::atof(argv[i]));
+    }
   }
-  if (rates.empty()) rates = {1, 10, 20};
+  if (rates.empty()) rates = {{1, 1}, {1, 10}, {1, 20}, {4, 2.5}};
   std::string why = EnterPrivateNetwork();
   if (!why.empty()) {
     printf("gev_stream_bench: %s\n", why.c_str());
@@ -286,7 +388,7 @@ int main(int argc, char** argv) {
   printf("%ld cores, load average %.2f at the start (the machine may be shared)\n", cores, load[0]);
   for (const std::string& option : gCameraOptions)
     printf("gev-camera option %s\n", option.c_str());
-  for (double gbps : rates)
-    Measure(lib, gbps, seconds);
+  for (auto [cameras, gbps] : rates)
+    Measure(lib, gbps, cameras, seconds);
   return 0;
 }
