@@ -415,6 +415,26 @@ TEST_F(GevStream, ResendsNamedPacketsWithTheResendStatus) {
   }
 }
 
+// A request that comes while the camera sends the next frame is served before that frame
+// ends, as a camera does: frames paced at 1 ms per packet take about 20 ms each.
+TEST_F(GevStream, AResendDuringAFrameIsServedBeforeThatFrameEnds) {
+  ASSERT_TRUE(Connect());
+  Configure(264);  // 228 data bytes per packet: 18 data packets per frame
+  ASSERT_EQ(Write(0x0D08, 1000000), 0);
+  ASSERT_EQ(Write(0x1001C, 1), 0);
+  ExpectFrame(1, false, 228);
+  tsPacket leader = Receive(2000);
+  ASSERT_EQ(leader.format, 1);
+  ASSERT_EQ(leader.blockId, 2u);
+  ASSERT_TRUE(control_.SendTo(Command(0x0040, ++id_, {0x00000001, 4, 5}, 0x00), camera_).Ok());
+  std::vector<uint64_t> resentBlocks;
+  for (tsPacket packet = Receive(2000); packet.size != 0; packet = Receive(2000)) {
+    if (packet.status == 0x0100) resentBlocks.push_back(packet.blockId);
+    if (packet.format == 2 && packet.blockId == 2) break;  // frame 2's trailer
+  }
+  EXPECT_EQ(resentBlocks, (std::vector<uint64_t>{1, 1}));
+}
+
 TEST_F(GevStream, ResendWithExtendedIds) {
   ASSERT_TRUE(Connect());
   Configure(1500);

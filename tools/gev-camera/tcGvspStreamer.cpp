@@ -14,6 +14,7 @@ namespace {
 
 constexpr size_t kIpUdpHeaders = 28;
 constexpr uint64_t kPacingSliceNs = 50000;  // packets sent between two pacing sleeps
+constexpr size_t kResendSlice = 64;         // unpaced packets sent between two resend checks
 constexpr size_t kStandardHeader = 8;
 constexpr size_t kExtendedHeader = 20;
 constexpr size_t kLeaderData = 36;
@@ -133,7 +134,7 @@ void tcGvspStreamer::SendFrame(const tsStreamSettings& settings) {
   blockId_ = blockId_ == 0xFFFF ? 1 : blockId_ + 1;
   size_t count = BuildFrame(settings, settings.packetSize - kIpUdpHeaders - header);
   std::span<const tsDatagram> frame(kept_[frameCount_ % kKeptFrames].datagrams.data(), count);
-  Send(faults_.Frame(frame), settings.packetDelay);
+  SendFrameSlices(faults_.Frame(frame), settings.packetDelay);
 }
 
 size_t tcGvspStreamer::BuildFrame(const tsStreamSettings& s, size_t dataPerPacket) {
@@ -180,24 +181,32 @@ size_t tcGvspStreamer::BuildFrame(const tsStreamSettings& s, size_t dataPerPacke
   return count;
 }
 
-// Without a packet delay the packets leave in sendmmsg batches; with one (GevSCPD), packet k
-// leaves no earlier than k delays after the first, sent in slices of about kPacingSliceNs so
-// that the pacing needs few sleeps. A stop request ends the frame early.
-void tcGvspStreamer::Send(std::span<const tsDatagram> datagrams, uint64_t delayNs) {
-  size_t slice = delayNs == 0 ? datagrams.size() : std::max<uint64_t>(1, kPacingSliceNs / delayNs);
+// Without a packet delay the packets leave in sendmmsg batches of kResendSlice; with one
+// (GevSCPD), packet k leaves no earlier than k delays after the first, sent in slices of about
+// kPacingSliceNs so that the pacing needs few sleeps. Between slices the resend requests that
+// came in meanwhile are served, as a camera does, so a receiver does not wait a whole frame
+// for them. A stop request ends the frame early.
+void tcGvspStreamer::SendFrameSlices(std::span<const tsDatagram> datagrams, uint64_t delayNs) {
+  size_t slice = delayNs == 0 ? kResendSlice : std::max<uint64_t>(1, kPacingSliceNs / delayNs);
   uint64_t start = platform::MonotonicNs();
   size_t done = 0;
   while (done < datagrams.size() && !thread_.StopRequested()) {
     if (delayNs != 0) SleepUntilNs(start + done * delayNs);
-    std::span<const tsDatagram> pending =
-        datagrams.subspan(done, std::min(slice, datagrams.size() - done));
-    while (!pending.empty()) {
-      tsIoResult sent = socket_.SendSegmented(pending);
-      if (!sent.Ok()) return;  // the destination vanished or refuses: drop the frame
-      pending = pending.subspan(sent.count);
-      done += sent.count;
-    }
+    size_t count = std::min(slice, datagrams.size() - done);
+    if (!Send(datagrams.subspan(done, count))) return;  // the destination vanished or refuses
+    done += count;
+    for (const tsResendRequest& request : camera_.TakeResendRequests())
+      Resend(request);
   }
+}
+
+bool tcGvspStreamer::Send(std::span<const tsDatagram> datagrams) {
+  while (!datagrams.empty()) {
+    tsIoResult sent = socket_.SendSegmented(datagrams);
+    if (!sent.Ok()) return false;
+    datagrams = datagrams.subspan(sent.count);
+  }
+  return true;
 }
 
 void tcGvspStreamer::Resend(const tsResendRequest& request) {
@@ -212,7 +221,7 @@ void tcGvspStreamer::Resend(const tsResendRequest& request) {
       tsDatagram& packet = frame.datagrams[id];
       tcWireWriter status(packet.buffer.first(2));
       status.U16Be(kResent);
-      if (faults_.KeepResent()) Send(std::span<const tsDatagram>(&packet, 1), 0);
+      if (faults_.KeepResent()) Send(std::span<const tsDatagram>(&packet, 1));
       tcWireWriter(packet.buffer.first(2)).U16Be(0);
     }
     return;

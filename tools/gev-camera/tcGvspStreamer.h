@@ -42,7 +42,9 @@ class tcGvspStreamer {
   void SendTestPacket(const tsStreamSettings& settings);
   void SendFrame(const tsStreamSettings& settings);
   size_t BuildFrame(const tsStreamSettings& settings, size_t dataPerPacket);
-  void Send(std::span<const tsDatagram> datagrams, uint64_t delayNs);
+  void SendFrameSlices(std::span<const tsDatagram> datagrams, uint64_t delayNs);
+  // False when the socket refuses them.
+  bool Send(std::span<const tsDatagram> datagrams);
   void Resend(const tsResendRequest& request);
 
   // A frame as sent, kept for resend requests.
