@@ -52,6 +52,12 @@ class tcGvspReceiverTest : public ::testing::Test {
     return GvspPayload(shape_, block, id, length, (id - 1) * kPerPacket, uint8_t(block));
   }
   std::vector<std::byte> Trailer(uint64_t block) { return GvspTrailer(shape_, block, 4); }
+  // Data packets `ids` of `block`, then its trailer.
+  void SendData(uint64_t block, std::initializer_list<uint32_t> ids = {1, 2, 3}) {
+    for (uint32_t id : ids)
+      Send(Payload(block, id));
+    Send(Trailer(block));
+  }
 
   // Receives batches until `count` datagrams have been handed over.
   void ReceiveAll(size_t count, uint64_t frameLimit = UINT64_MAX) {
@@ -102,9 +108,7 @@ class tcGvspReceiverTest : public ::testing::Test {
 
 TEST_F(tcGvspReceiverTest, PacketsInOrderLandInTheirPlaces) {
   StartFrame(7);
-  for (uint32_t id = 1; id <= 3; ++id)
-    Send(Payload(7, id));
-  Send(Trailer(7));
+  SendData(7);
   ReceiveAll(4);
   ExpectCompleteFrame(7);
   EXPECT_EQ(receiver_.PlacedCount(), 3u);
@@ -113,9 +117,7 @@ TEST_F(tcGvspReceiverTest, PacketsInOrderLandInTheirPlaces) {
 
 TEST_F(tcGvspReceiverTest, ABatchThatExpectsNothingTakesTwoDatagramsSoTheNextExpectsTheFrame) {
   Send(Leader(7));
-  for (uint32_t id = 1; id <= 3; ++id)
-    Send(Payload(7, id));
-  Send(Trailer(7));
+  SendData(7);
   EXPECT_EQ(ReceiveOnce(), 2u);  // the leader and packet 1, whole
   ReceiveAll(3);
   ExpectCompleteFrame(7);
@@ -124,9 +126,7 @@ TEST_F(tcGvspReceiverTest, ABatchThatExpectsNothingTakesTwoDatagramsSoTheNextExp
 
 TEST_F(tcGvspReceiverTest, ABatchEndsAfterTheExpectedRunTheTrailerAndTheNextLeader) {
   StartFrame(7);
-  for (uint32_t id = 1; id <= 3; ++id)
-    Send(Payload(7, id));
-  Send(Trailer(7));
+  SendData(7);
   Send(Leader(8));
   Send(Payload(8, 1));
   Send(Payload(8, 2));
@@ -149,9 +149,7 @@ TEST_F(tcGvspReceiverTest, WhileNoFrameStartsTheBatchesAreFull) {
 
 TEST_F(tcGvspReceiverTest, ReorderedPacketsAreMovedToTheirPlaces) {
   StartFrame(9);
-  for (uint32_t id : {2u, 1u, 3u})
-    Send(Payload(9, id));
-  Send(Trailer(9));
+  SendData(9, {2, 1, 3});
   ReceiveAll(4);
   ExpectCompleteFrame(9);
   EXPECT_EQ(receiver_.PlacedCount(), 1u);  // packet 3 came third, where it was expected
@@ -160,9 +158,7 @@ TEST_F(tcGvspReceiverTest, ReorderedPacketsAreMovedToTheirPlaces) {
 TEST_F(tcGvspReceiverTest, APacketOfAnotherBlockInAnExpectedPlaceIsIgnored) {
   StartFrame(7);
   Send(Payload(8, 1));
-  for (uint32_t id = 1; id <= 3; ++id)
-    Send(Payload(7, id));
-  Send(Trailer(7));
+  SendData(7);
   ReceiveAll(5);
   ExpectCompleteFrame(7);
   EXPECT_EQ(receiver_.PlacedCount(), 0u);
@@ -170,9 +166,7 @@ TEST_F(tcGvspReceiverTest, APacketOfAnotherBlockInAnExpectedPlaceIsIgnored) {
 
 TEST_F(tcGvspReceiverTest, ADuplicateKeepsTheFrameCorrect) {
   StartFrame(7);
-  for (uint32_t id : {1u, 1u, 2u, 3u})
-    Send(Payload(7, id));
-  Send(Trailer(7));
+  SendData(7, {1, 1, 2, 3});
   ReceiveAll(5);
   ExpectCompleteFrame(7);
   EXPECT_EQ(receiver_.PlacedCount(), 1u);
@@ -182,9 +176,7 @@ TEST_F(tcGvspReceiverTest, APacketFromAnotherSenderInAnExpectedPlaceIsLoggedAndI
   StartFrame(7);
   uint64_t before = LogRingTotal();
   Send(Payload(7, 1), stranger_);
-  for (uint32_t id = 1; id <= 3; ++id)
-    Send(Payload(7, id));
-  Send(Trailer(7));
+  SendData(7);
   ReceiveAll(5);
   ExpectCompleteFrame(7);
   EXPECT_TRUE(HasLogLine(LogSince(before),
@@ -203,9 +195,7 @@ TEST_F(tcGvspReceiverTest, APacketLongerThanItsPlaceGetsTheUsualWarning) {
 
 TEST_F(tcGvspReceiverTest, NothingIsHandedOverAfterTheFrameLimit) {
   Send(Leader(7));
-  for (uint32_t id = 1; id <= 3; ++id)
-    Send(Payload(7, id));
-  Send(Trailer(7));
+  SendData(7);
   Send(Leader(8));
   ReceiveAll(6, 1);
   EXPECT_EQ(assembler_.Completed(), 1u);
