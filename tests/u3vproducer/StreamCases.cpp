@@ -44,6 +44,15 @@ class StreamU3V : public U3vStreamingTest {
       EXPECT_EQ(Emulated().Register(address), value) << "register 0x" << std::hex << address;
   }
 
+  // The streaming registers of the payload: its transfers' size and count, and the sizes of the
+  // two final transfers.
+  void ExpectTransfers(uint64_t size, uint64_t count, uint64_t final1, uint64_t final2) {
+    ExpectRegisters({{R::kSiPayloadTransferSize, size},
+                     {R::kSiPayloadTransferCount, count},
+                     {R::kSiFinalTransfer1Size, final1},
+                     {R::kSiFinalTransfer2Size, final2}});
+  }
+
   // `buffer` was delivered incomplete with `filled` bytes.
   void ExpectIncomplete(const tsStream& s, void* buffer, size_t filled) {
     EXPECT_EQ(BufferInfo<bool8_t>(s.stream, buffer, BUFFER_INFO_IS_INCOMPLETE), 1);
@@ -85,31 +94,22 @@ TEST_F(StreamU3V, TheCameraHasOneStreamThatAnswersItsPayloadSizeAndAnnounceMinim
 TEST_F(StreamU3V, BelowOneKibTheFinalTransferLandsInTheScratchBlockAndIsCopied) {
   tsStream s;
   ASSERT_NO_FATAL_FAILURE(StartRange(kBelowOneKib, &s));
-  ExpectRegisters({{R::kSiPayloadTransferSize, 0},
-                   {R::kSiPayloadTransferCount, 1},
-                   {R::kSiFinalTransfer1Size, 1024},
-                   {R::kSiFinalTransfer2Size, 0},
-                   {R::kSiControl, 1}});
+  ExpectTransfers(0, 1, 1024, 0);
+  ExpectRegisters({{R::kSiControl, 1}});
   Receive(s, 20);
 }
 
 TEST_F(StreamU3V, ExactlyEightMibIsOneTransfer) {
   tsStream s;
   ASSERT_NO_FATAL_FAILURE(StartRange(kEightMib, &s));
-  ExpectRegisters({{R::kSiPayloadTransferSize, 0x800000},
-                   {R::kSiPayloadTransferCount, 1},
-                   {R::kSiFinalTransfer1Size, 0},
-                   {R::kSiFinalTransfer2Size, 0}});
+  ExpectTransfers(0x800000, 1, 0, 0);
   Receive(s, 20);
 }
 
 TEST_F(StreamU3V, AboveSixteenMibIsTwoTransfersAndAFinalInTheBuffer) {
   tsStream s;
   ASSERT_NO_FATAL_FAILURE(StartRange(kAboveSixteenMib, &s));
-  ExpectRegisters({{R::kSiPayloadTransferSize, 0x800000},
-                   {R::kSiPayloadTransferCount, 2},
-                   {R::kSiFinalTransfer1Size, 0x400},
-                   {R::kSiFinalTransfer2Size, 0}});
+  ExpectTransfers(0x800000, 2, 0x400, 0);
   Receive(s, 20);
 }
 
