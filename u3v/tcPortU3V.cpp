@@ -55,6 +55,11 @@ tcPortU3V::tcPortU3V(tcDeviceU3V* device, libusb_device_handle* handle,
   ReadBootstrap();
 }
 
+void tcPortU3V::SetNextRequestId(uint16_t next) {
+  tcMutexLock lock(AccessMutex());
+  requestId_ = next;
+}
+
 void tcPortU3V::FindEndpoints(const libusb_config_descriptor* config,
                               unsigned char controlInterface) {
   if (controlInterface >= config->bNumInterfaces ||

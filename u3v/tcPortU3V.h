@@ -33,6 +33,9 @@ class tcPortU3V : public tcPort {
       GENTL_REQUIRES(AccessMutex());
   // The camera's response time as this port uses it (the stream waits for cancellations by it).
   uint32_t ResponseTimeMs() const { return responseTimeMs_; }
+  // Makes `next` the request id of the next command. The count starts at 0 when the port is
+  // made; tests use this to reach the id's wrap in a few commands.
+  void SetNextRequestId(uint16_t next);
 
  private:
   // The time-out of one access: the response time, extended by PENDING_ACKs up to a budget.

@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "support/GevStreamConsumer.h"
@@ -30,6 +31,29 @@ class GevStreamTest : public GevStreamConsumerTest {
                      {"--width", std::to_string(width), "--height", std::to_string(height)});
     payload_ = size_t{width} * height;
     return StartCamera(arguments, mtu) && OpenDevice() && OpenStream();
+  }
+
+  // Prepare, then the camera's packet size set to 1500 bytes.
+  bool PrepareStandardPackets(std::vector<std::string> arguments, uint32_t width, uint32_t height) {
+    if (!Prepare(std::move(arguments), width, height)) return false;
+    GC_ERROR written = WriteCamera(kPacketSize, 1500);
+    EXPECT_EQ(written, GC_ERR_SUCCESS);
+    return written == GC_ERR_SUCCESS;
+  }
+
+  // Announces and queues `buffers` buffers of the payload, sets the camera's frame rate to
+  // `fps` and starts the acquisition.
+  void QueueAndStart(int buffers, float fps) {
+    AnnounceAndQueue(buffers, payload_);
+    SetFrameRate(fps);
+    Start();
+  }
+
+  // Grab, then stop.
+  std::vector<uint64_t> GrabAndStop(int count, bool checkPixels = true) {
+    std::vector<uint64_t> ids = Grab(count, checkPixels);
+    Stop();
+    return ids;
   }
 
   // Grabs `count` frames, requeueing each; returns their frame ids. Pixels are checked
@@ -145,12 +169,9 @@ TEST_F(GevStreamTest, NoTestPacketAnsweredFailsTheOpen) {
 TEST_F(GevStreamTest, VersionOneCamerasUseStandardIds) {
   ASSERT_TRUE(
       Prepare({"--version", "1.1", "--first-block", std::to_string(kAboveThirtyTwoBits)}, 64, 16));
-  AnnounceAndQueue(4, payload_);
-  SetFrameRate(200);
-  Start();
+  QueueAndStart(4, 200);
   // The 16-bit block ids count from 1; the pattern follows the 64-bit counter.
-  std::vector<uint64_t> ids = Grab(3, false);
-  Stop();
+  std::vector<uint64_t> ids = GrabAndStop(3, false);
   ASSERT_EQ(ids.size(), 3u);
   EXPECT_EQ(ids[0], 1u);
   EXPECT_TRUE(Consecutive(ids));
@@ -158,36 +179,26 @@ TEST_F(GevStreamTest, VersionOneCamerasUseStandardIds) {
 
 TEST_F(GevStreamTest, ExtendedIdsCarryBlockIdsAboveThirtyTwoBits) {
   ASSERT_TRUE(Prepare({"--first-block", std::to_string(kAboveThirtyTwoBits)}, 64, 16));
-  AnnounceAndQueue(4, payload_);
-  SetFrameRate(200);
-  Start();
-  std::vector<uint64_t> ids = Grab(3);
-  Stop();
+  QueueAndStart(4, 200);
+  std::vector<uint64_t> ids = GrabAndStop(3);
   ASSERT_EQ(ids.size(), 3u);
   EXPECT_GE(ids[0], kAboveThirtyTwoBits);
   EXPECT_TRUE(Consecutive(ids));
 }
 
 TEST_F(GevStreamTest, ThousandFramesStandardIds) {
-  ASSERT_TRUE(Prepare({"--version", "1.1"}, 256, 64));
-  ASSERT_EQ(WriteCamera(kPacketSize, 1500), GC_ERR_SUCCESS);
-  AnnounceAndQueue(16, payload_);
-  SetFrameRate(1000);
-  Start();
-  std::vector<uint64_t> ids = Grab(1000);
-  Stop();
+  ASSERT_TRUE(PrepareStandardPackets({"--version", "1.1"}, 256, 64));
+  QueueAndStart(16, 1000);
+  std::vector<uint64_t> ids = GrabAndStop(1000);
   EXPECT_EQ(ids.size(), 1000u);
   ExpectBuffersAccountedFor(0);
 }
 
 TEST_F(GevStreamTest, ThousandFramesExtendedIds) {
-  ASSERT_TRUE(Prepare({"--first-block", std::to_string(kAboveThirtyTwoBits)}, 256, 64));
-  ASSERT_EQ(WriteCamera(kPacketSize, 1500), GC_ERR_SUCCESS);
-  AnnounceAndQueue(16, payload_);
-  SetFrameRate(1000);
-  Start();
-  std::vector<uint64_t> ids = Grab(1000);
-  Stop();
+  ASSERT_TRUE(
+      PrepareStandardPackets({"--first-block", std::to_string(kAboveThirtyTwoBits)}, 256, 64));
+  QueueAndStart(16, 1000);
+  std::vector<uint64_t> ids = GrabAndStop(1000);
   ASSERT_EQ(ids.size(), 1000u);
   EXPECT_GE(ids[0], kAboveThirtyTwoBits);
   ExpectBuffersAccountedFor(0);
@@ -195,15 +206,11 @@ TEST_F(GevStreamTest, ThousandFramesExtendedIds) {
 
 TEST_F(GevStreamTest, TwoPercentLossWithResendCompletesEveryFrame) {
   StderrCapture log;
-  ASSERT_TRUE(Prepare({"--loss", "0.02", "--seed", "5"}, 256, 64));
-  ASSERT_EQ(WriteCamera(kPacketSize, 1500), GC_ERR_SUCCESS);
-  AnnounceAndQueue(16, payload_);
+  ASSERT_TRUE(PrepareStandardPackets({"--loss", "0.02", "--seed", "5"}, 256, 64));
   // Resent packets must arrive before two newer frames start: 40 ms per frame leaves room on a
   // busy machine.
-  SetFrameRate(25);
-  Start();
-  std::vector<uint64_t> ids = Grab(100);
-  Stop();
+  QueueAndStart(16, 25);
+  std::vector<uint64_t> ids = GrabAndStop(100);
   // A frame that waited for a resend may be delivered after the next one: every id once.
   std::sort(ids.begin(), ids.end());
   std::string text = log.Text();
@@ -218,13 +225,9 @@ TEST_F(GevStreamTest, TwoPercentLossWithResendCompletesEveryFrame) {
 
 TEST_F(GevStreamTest, ResendOffCountsDroppedFramesAndKeepsTheBuffers) {
   StderrCapture log;
-  ASSERT_TRUE(Prepare({"--no-resend", "--loss", "0.05", "--seed", "9"}, 256, 64));
-  ASSERT_EQ(WriteCamera(kPacketSize, 1500), GC_ERR_SUCCESS);
-  AnnounceAndQueue(16, payload_);
-  SetFrameRate(500);
-  Start();
-  std::vector<uint64_t> ids = Grab(100);
-  Stop();
+  ASSERT_TRUE(PrepareStandardPackets({"--no-resend", "--loss", "0.05", "--seed", "9"}, 256, 64));
+  QueueAndStart(16, 500);
+  std::vector<uint64_t> ids = GrabAndStop(100);
   ASSERT_EQ(ids.size(), 100u);
   uint64_t gaps = ids.back() - ids.front() + 1 - ids.size();
   EXPECT_GT(gaps, 0u);
@@ -241,13 +244,9 @@ TEST_F(GevStreamTest, ResendOffCountsDroppedFramesAndKeepsTheBuffers) {
 TEST_F(GevStreamTest, FiftyMissingPacketsAreRequested) {
   StderrCapture log;
   // 256 x 284 bytes in 1464-byte packets: 50 data packets, all lost once, all resent.
-  ASSERT_TRUE(Prepare({"--version", "1.1", "--loss", "1"}, 256, 284));
-  ASSERT_EQ(WriteCamera(kPacketSize, 1500), GC_ERR_SUCCESS);
-  AnnounceAndQueue(4, payload_);
-  SetFrameRate(50);
-  Start();
-  std::vector<uint64_t> ids = Grab(2);
-  Stop();
+  ASSERT_TRUE(PrepareStandardPackets({"--version", "1.1", "--loss", "1"}, 256, 284));
+  QueueAndStart(4, 50);
+  std::vector<uint64_t> ids = GrabAndStop(2);
   EXPECT_EQ(ids.size(), 2u);
   EXPECT_TRUE(HasLogLine(
       log.Text(),
@@ -256,11 +255,9 @@ TEST_F(GevStreamTest, FiftyMissingPacketsAreRequested) {
 
 TEST_F(GevStreamTest, FiftyOneMissingPacketsDropTheFrame) {
   StderrCapture log;
-  ASSERT_TRUE(Prepare({"--version", "1.1", "--loss", "1"}, 256, 288));  // 51 data packets
-  ASSERT_EQ(WriteCamera(kPacketSize, 1500), GC_ERR_SUCCESS);
-  AnnounceAndQueue(4, payload_);
-  SetFrameRate(50);
-  Start();
+  ASSERT_TRUE(
+      PrepareStandardPackets({"--version", "1.1", "--loss", "1"}, 256, 288));  // 51 data packets
+  QueueAndStart(4, 50);
   EXPECT_EQ(NextBuffer(400), nullptr);
   Stop();
   std::string text = log.Text();
@@ -294,11 +291,8 @@ TEST_F(GevStreamTest, AThirdLeaderPushesOutTheOldestFrame) {
   StderrCapture log;
   // Packet 2 of every frame (1452 bytes with extended ids) is lost and so is its resend: no
   // frame completes.
-  ASSERT_TRUE(Prepare({"--drop-packet", "2", "--resent-loss", "1"}, 256, 64));
-  ASSERT_EQ(WriteCamera(kPacketSize, 1500), GC_ERR_SUCCESS);
-  AnnounceAndQueue(4, payload_);
-  SetFrameRate(100);
-  Start();
+  ASSERT_TRUE(PrepareStandardPackets({"--drop-packet", "2", "--resent-loss", "1"}, 256, 64));
+  QueueAndStart(4, 100);
   EXPECT_EQ(NextBuffer(300), nullptr);
   Stop();
   std::string text = log.Text();
@@ -311,26 +305,19 @@ TEST_F(GevStreamTest, AThirdLeaderPushesOutTheOldestFrame) {
 }
 
 TEST_F(GevStreamTest, LostLeadersAndTrailersLoseNoBuffer) {
-  ASSERT_TRUE(Prepare({"--marker-loss", "0.2", "--seed", "3"}, 256, 64));
-  ASSERT_EQ(WriteCamera(kPacketSize, 1500), GC_ERR_SUCCESS);
-  AnnounceAndQueue(8, payload_);
-  SetFrameRate(500);
-  Start();
-  std::vector<uint64_t> ids = Grab(50);
-  Stop();
+  ASSERT_TRUE(PrepareStandardPackets({"--marker-loss", "0.2", "--seed", "3"}, 256, 64));
+  QueueAndStart(8, 500);
+  std::vector<uint64_t> ids = GrabAndStop(50);
   EXPECT_EQ(ids.size(), 50u);
   EXPECT_FALSE(Consecutive(ids));
   ExpectBuffersAccountedFor(0);
 }
 
 TEST_F(GevStreamTest, ReorderingAndDuplicatesStillCompleteFrames) {
-  ASSERT_TRUE(Prepare({"--reorder", "4", "--duplicates", "0.05", "--seed", "4"}, 256, 64));
-  ASSERT_EQ(WriteCamera(kPacketSize, 1500), GC_ERR_SUCCESS);
-  AnnounceAndQueue(8, payload_);
-  SetFrameRate(500);
-  Start();
-  std::vector<uint64_t> ids = Grab(50);
-  Stop();
+  ASSERT_TRUE(
+      PrepareStandardPackets({"--reorder", "4", "--duplicates", "0.05", "--seed", "4"}, 256, 64));
+  QueueAndStart(8, 500);
+  std::vector<uint64_t> ids = GrabAndStop(50);
   EXPECT_EQ(ids.size(), 50u);
   ExpectBuffersAccountedFor(0);
 }
@@ -366,8 +353,7 @@ TEST_F(GevStreamTest, PacketsFromAnotherSenderAreIgnored) {
 TEST_F(GevStreamTest, StopDuringAFrameAndRestart) {
   // 1 MiB frames in 723 packets 100 us apart: each frame takes 72 ms on the wire, so a stop
   // 30 ms after the start falls inside the first one.
-  ASSERT_TRUE(Prepare({}, 1024, 1024));
-  ASSERT_EQ(WriteCamera(kPacketSize, 1500), GC_ERR_SUCCESS);
+  ASSERT_TRUE(PrepareStandardPackets({}, 1024, 1024));
   ASSERT_EQ(WriteCamera(kPacketDelay, 100000), GC_ERR_SUCCESS);
   AnnounceAndQueue(3, payload_);
   SetFrameRate(5);
@@ -426,9 +412,7 @@ TEST_F(GevStreamTest, AFrameBudgetEndsTheAcquisition) {
 
 TEST_F(GevStreamTest, DevCloseWhileStreaming) {
   ASSERT_TRUE(Prepare({}, 256, 64));
-  AnnounceAndQueue(4, payload_);
-  SetFrameRate(200);
-  Start();
+  QueueAndStart(4, 200);
   EXPECT_EQ(Grab(2).size(), 2u);
   EXPECT_EQ(Lib().DevClose(device_), GC_ERR_SUCCESS);
   device_ = nullptr;

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <string>
 #include <vector>
 
 using namespace u3v;
@@ -46,61 +47,47 @@ std::vector<uint8_t> Trailer(size_t size = 32) {
   return bytes;
 }
 
+// One range of payload sizes and the plan expected for it.
+struct tsPlanCase {
+  const char* name;
+  uint64_t payload;
+  uint32_t size;
+  uint32_t count;
+  uint32_t final1;
+  bool final1External;
+  uint32_t final2;
+};
+
+const tsPlanCase kPlanCases[] = {
+    {"BelowOneKibIsOneEmptyTransferAndAnExternalFinal", 0x100, 0, 1, 0x100, true, 0},
+    {"ExactlyEightMibIsOneTransfer", 0x800000, 0x800000, 1, 0, false, 0},
+    {"SixteenMibAndOneKibIsTwoTransfersAndAnInternalFinal", 0x1000400, 0x800000, 2, 0x400, false,
+     0},
+    {"AboveEightMibWithATailHasBothFinals", 0x1234567, 0x800000, 2, 0x234400, false, 0x167},
+    {"BelowEightMibIsOneTransferOfWholeKibsAndTheRestExternal", 640 * 480 + 5, 0x4B000, 1, 5, true,
+     0},
+    {"WholeKibsBelowEightMibNeedNoFinal", 0x4B000, 0x4B000, 1, 0, false, 0},
+};
+
+class U3vTransferPlan : public ::testing::TestWithParam<tsPlanCase> {};
+
 }  // namespace
 
-TEST(U3vTransferPlan, BelowOneKibIsOneEmptyTransferAndAnExternalFinal) {
-  tsTransferPlan plan = MakeTransferPlan(0x100);
-  EXPECT_EQ(plan.size, 0u);
-  EXPECT_EQ(plan.count, 1u);
-  EXPECT_EQ(plan.final1, 0x100u);
-  EXPECT_TRUE(plan.final1External);
-  EXPECT_EQ(plan.final2, 0u);
+TEST_P(U3vTransferPlan, CutsThePayload) {
+  const tsPlanCase& expected = GetParam();
+  tsTransferPlan plan = MakeTransferPlan(expected.payload);
+  EXPECT_EQ(plan.size, expected.size);
+  EXPECT_EQ(plan.count, expected.count);
+  EXPECT_EQ(plan.final1, expected.final1);
+  EXPECT_EQ(plan.final1External, expected.final1External);
+  EXPECT_EQ(plan.final2, expected.final2);
+  EXPECT_EQ(uint64_t{plan.size} * plan.count + plan.final1 + plan.final2, expected.payload);
 }
 
-TEST(U3vTransferPlan, ExactlyEightMibIsOneTransfer) {
-  tsTransferPlan plan = MakeTransferPlan(0x800000);
-  EXPECT_EQ(plan.size, 0x800000u);
-  EXPECT_EQ(plan.count, 1u);
-  EXPECT_EQ(plan.final1, 0u);
-  EXPECT_FALSE(plan.final1External);
-  EXPECT_EQ(plan.final2, 0u);
-}
-
-TEST(U3vTransferPlan, SixteenMibAndOneKibIsTwoTransfersAndAnInternalFinal) {
-  tsTransferPlan plan = MakeTransferPlan(0x1000400);
-  EXPECT_EQ(plan.size, 0x800000u);
-  EXPECT_EQ(plan.count, 2u);
-  EXPECT_EQ(plan.final1, 0x400u);
-  EXPECT_FALSE(plan.final1External);
-  EXPECT_EQ(plan.final2, 0u);
-}
-
-TEST(U3vTransferPlan, AboveEightMibWithATailHasBothFinals) {
-  tsTransferPlan plan = MakeTransferPlan(0x1234567);
-  EXPECT_EQ(plan.size, 0x800000u);
-  EXPECT_EQ(plan.count, 2u);
-  EXPECT_EQ(plan.final1, 0x234400u);
-  EXPECT_FALSE(plan.final1External);
-  EXPECT_EQ(plan.final2, 0x167u);
-  EXPECT_EQ(uint64_t{plan.size} * plan.count + plan.final1 + plan.final2, 0x1234567u);
-}
-
-TEST(U3vTransferPlan, BelowEightMibIsOneTransferOfWholeKibsAndTheRestExternal) {
-  tsTransferPlan plan = MakeTransferPlan(640 * 480 + 5);
-  EXPECT_EQ(plan.size, 0x4B000u);
-  EXPECT_EQ(plan.count, 1u);
-  EXPECT_EQ(plan.final1, 5u);
-  EXPECT_TRUE(plan.final1External);
-  EXPECT_EQ(plan.final2, 0u);
-}
-
-TEST(U3vTransferPlan, WholeKibsBelowEightMibNeedNoFinal) {
-  tsTransferPlan plan = MakeTransferPlan(0x4B000);
-  EXPECT_EQ(plan.size, 0x4B000u);
-  EXPECT_EQ(plan.count, 1u);
-  EXPECT_EQ(plan.final1, 0u);
-  EXPECT_FALSE(plan.final1External);
-}
+INSTANTIATE_TEST_SUITE_P(Ranges, U3vTransferPlan, ::testing::ValuesIn(kPlanCases),
+                         [](const ::testing::TestParamInfo<tsPlanCase>& info) {
+                           return std::string(info.param.name);
+                         });
 
 TEST(U3vLeader, ParsesEveryField) {
   tsLeader leader;

@@ -91,9 +91,7 @@ TEST_F(DeviceU3V, AStreamingInterfaceIsFoundBehindTheEventInterface) {
 
 TEST_F(DeviceU3V, TheEventThreadRunsWhileAnyDeviceIsOpen) {
   Plug(Camera("CAM-A"));
-  tsU3vCameraOptions second = Camera("CAM-B");
-  second.productId = 2;
-  Plug(second);
+  Plug(SecondProduct("CAM-B"));
   OpenU3V();
   Update();
   EXPECT_EQ(ThreadsNamed(kEventThread), 0);

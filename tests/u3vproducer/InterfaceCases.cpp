@@ -14,14 +14,25 @@ namespace {
 
 const char kFunction[] = R"(gentl: debug \[tcInterfaceU3V::[A-Za-z]+\] )";
 
-// The log of one device list update.
-std::string UpdateLog(U3vConsumerTest* test, bool* changed) {
-  StderrCapture capture;
-  *changed = test->Update();
-  return capture.Text();
-}
-
-using InterfaceU3V = U3vConsumerTest;
+class InterfaceU3V : public U3vConsumerTest {
+ protected:
+  // One device list update: its changed flag and its log.
+  struct tsUpdate {
+    bool changed;
+    std::string log;
+  };
+  tsUpdate LoggedUpdate() {
+    StderrCapture capture;
+    bool changed = Update();
+    return {changed, capture.Text()};
+  }
+  // Plugs a camera with `options`, opens the interface and updates its device list.
+  tsUpdate PlugAndUpdate(const tsU3vCameraOptions& options = Camera()) {
+    Plug(options);
+    OpenU3V();
+    return LoggedUpdate();
+  }
+};
 
 TEST_F(InterfaceU3V, ListsTheCameraByItsGuidWithItsInformation) {
   Plug();
@@ -47,10 +58,7 @@ TEST_F(InterfaceU3V, ListsTheCameraByItsGuidWithItsInformation) {
 }
 
 TEST_F(InterfaceU3V, TheMatchIsLoggedPartByPart) {
-  Plug();
-  OpenU3V();
-  bool changed = false;
-  std::string log = UpdateLog(this, &changed);
+  auto [changed, log] = PlugAndUpdate();
   EXPECT_TRUE(changed);
   const std::string prefix = kFunction;
   for (const char* line :
@@ -65,10 +73,7 @@ TEST_F(InterfaceU3V, TheMatchIsLoggedPartByPart) {
 TEST_F(InterfaceU3V, ACameraOfAnotherVendorIsNeverListedAndOnlyItsDescriptorIsLogged) {
   tsU3vCameraOptions options = Camera();
   options.vendorId = 0x04B4;
-  Plug(options);
-  OpenU3V();
-  bool changed = true;
-  std::string log = UpdateLog(this, &changed);
+  auto [changed, log] = PlugAndUpdate(options);
   EXPECT_FALSE(changed);
   EXPECT_TRUE(DeviceIds().empty());
   EXPECT_TRUE(
@@ -80,9 +85,8 @@ TEST_F(InterfaceU3V, ACameraOfAnotherVendorIsNeverListedAndOnlyItsDescriptorIsLo
 }
 
 TEST_F(InterfaceU3V, TheVendorTableComesFromTheEnvironmentAtEachUpdate) {
-  tsU3vCameraOptions options = Camera("OTHERVENDOR");
+  tsU3vCameraOptions options = SecondProduct("OTHERVENDOR");
   options.vendorId = 0x04B4;
-  options.productId = 2;
   Plug(Camera());
   Plug(options);
   OpenU3V();
@@ -97,10 +101,7 @@ TEST_F(InterfaceU3V, TheVendorTableComesFromTheEnvironmentAtEachUpdate) {
 TEST_F(InterfaceU3V, AnIadOfTheEventProtocolIsSkippedAfterTheIadLine) {
   tsU3vCameraOptions options = Camera();
   options.iadProtocol = 0x01;
-  Plug(options);
-  OpenU3V();
-  bool changed = true;
-  std::string log = UpdateLog(this, &changed);
+  auto [changed, log] = PlugAndUpdate(options);
   EXPECT_FALSE(changed);
   EXPECT_TRUE(DeviceIds().empty());
   EXPECT_TRUE(
@@ -113,10 +114,7 @@ TEST_F(InterfaceU3V, AnIadOfTheEventProtocolIsSkippedAfterTheIadLine) {
 TEST_F(InterfaceU3V, ADeviceWithoutIadIsSkippedAfterItsConfiguration) {
   tsU3vCameraOptions options = Camera();
   options.iad = false;
-  Plug(options);
-  OpenU3V();
-  bool changed = true;
-  std::string log = UpdateLog(this, &changed);
+  std::string log = PlugAndUpdate(options).log;
   EXPECT_TRUE(DeviceIds().empty());
   EXPECT_TRUE(HasLogLine(log, std::string(kFunction) + "get_config_descriptor")) << log;
   EXPECT_EQ(log.find("IAD:"), std::string::npos) << log;
@@ -125,10 +123,7 @@ TEST_F(InterfaceU3V, ADeviceWithoutIadIsSkippedAfterItsConfiguration) {
 TEST_F(InterfaceU3V, AnotherFunctionNameIsLoggedAndSkipped) {
   tsU3vCameraOptions options = Camera();
   options.functionName = "USB3 Vision device";
-  Plug(options);
-  OpenU3V();
-  bool changed = true;
-  std::string log = UpdateLog(this, &changed);
+  std::string log = PlugAndUpdate(options).log;
   EXPECT_TRUE(DeviceIds().empty());
   EXPECT_TRUE(HasLogLine(
       log, R"(gentl: error \[tcInterfaceU3V::MatchFunctionName\] String descriptor didn't match)"))
@@ -137,9 +132,7 @@ TEST_F(InterfaceU3V, AnotherFunctionNameIsLoggedAndSkipped) {
 
 TEST_F(InterfaceU3V, ASecondUpdateWithTheSameCamerasChangesNothing) {
   Plug(Camera("CAM-A"));
-  tsU3vCameraOptions second = Camera("CAM-B");
-  second.productId = 2;
-  Plug(second);
+  Plug(SecondProduct("CAM-B"));
   OpenU3V();
   EXPECT_TRUE(Update());
   std::vector<std::string> first = DeviceIds();
@@ -147,8 +140,7 @@ TEST_F(InterfaceU3V, ASecondUpdateWithTheSameCamerasChangesNothing) {
   void* handle = OpenDevice("CAM-A");
   ASSERT_NE(handle, nullptr);
   EXPECT_EQ(Lib().DevClose(handle), GC_ERR_SUCCESS);
-  bool changed = true;
-  std::string log = UpdateLog(this, &changed);
+  auto [changed, log] = LoggedUpdate();
   EXPECT_FALSE(changed);
   EXPECT_EQ(DeviceIds(), first);
   size_t previous = 0;
@@ -206,12 +198,7 @@ TEST_F(InterfaceU3V, ACameraUnpluggedWhileOpenComesBackAsTheSameHandle) {
 
 TEST_F(InterfaceU3V, AGuidOfThreeCharactersIsAcceptedAndOfTwoIsTooSmall) {
   Plug(Camera("ABC"));
-  tsU3vCameraOptions shorter = Camera("AB");
-  shorter.productId = 2;
-  Plug(shorter);
-  OpenU3V();
-  bool changed = false;
-  std::string log = UpdateLog(this, &changed);
+  auto [changed, log] = PlugAndUpdate(SecondProduct("AB"));
   EXPECT_TRUE(changed);
   EXPECT_EQ(DeviceIds(), std::vector<std::string>{"ABC"});
   EXPECT_TRUE(HasLogLine(log, R"(gentl: error \[tcInterfaceU3V::TakeCamera\] GUID too small)"))
@@ -221,10 +208,7 @@ TEST_F(InterfaceU3V, AGuidOfThreeCharactersIsAcceptedAndOfTwoIsTooSmall) {
 TEST_F(InterfaceU3V, ACameraWithoutDeviceInfoDescriptorIsNeverListed) {
   tsU3vCameraOptions options = Camera();
   options.infoDescriptor = false;
-  Plug(options);
-  OpenU3V();
-  bool changed = true;
-  std::string log = UpdateLog(this, &changed);
+  auto [changed, log] = PlugAndUpdate(options);
   EXPECT_FALSE(changed);
   EXPECT_TRUE(DeviceIds().empty());
   EXPECT_TRUE(HasLogLine(log, R"(gentl: error \[tcDeviceU3V::GetU3VGUID\] GetU3VDID: not found)"))

@@ -197,31 +197,6 @@ TEST_F(PortU3V, StatusesMapDifferentlyForReadsAndWrites) {
   EXPECT_EQ(ReadU32(port, address), 640u);
 }
 
-TEST_F(PortU3V, SlowTheAccessThatUsesRequestId0xFFFFFailsWithIo) {
-  void* port = OpenCamera();
-  // The first requests went to the reads of opening; a read of n whole pieces of the
-  // description uses n request ids.
-  const size_t pieces = U3vCameraXml(Camera()).size() / 492;
-  ASSERT_GE(pieces, 2u);
-  std::vector<char> buffer(492 * pieces);
-  uint32_t next = Emulated().LastRequestId() + 1;
-  while (next + pieces <= 0xFFFF) {
-    size_t size = buffer.size();
-    ASSERT_EQ(Lib().GCReadPort(port, tcU3vRegisters::kXml, buffer.data(), &size), GC_ERR_SUCCESS)
-        << next;
-    next += pieces;
-  }
-  while (next != 0xFFFF) {
-    ReadU32(port, tcU3vRegisters::kWidth);
-    ++next;
-  }
-  EXPECT_EQ(Emulated().LastRequestId(), 0xFFFEu);
-  ReadU32(port, tcU3vRegisters::kWidth, GC_ERR_IO);  // answered correctly, with id 0xFFFF
-  EXPECT_EQ(Emulated().LastRequestId(), 0xFFFFu);
-  EXPECT_EQ(ReadU32(port, tcU3vRegisters::kWidth), 640u);  // id 0 matches again
-  EXPECT_EQ(Emulated().LastRequestId(), 0u);
-}
-
 TEST_F(PortU3V, ReadsFromSeveralThreadsAreSerialisedWithDistinctRequestIds) {
   void* port = OpenCamera();
   size_t before = Emulated().CommandsSeen().size();

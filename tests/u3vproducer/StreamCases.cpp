@@ -5,7 +5,9 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <initializer_list>
 #include <thread>
+#include <utility>
 
 #include "U3vStreaming.h"
 
@@ -13,28 +15,63 @@ using namespace GenTL;
 
 namespace {
 
-using StreamU3V = U3vStreamingTest;
 constexpr char kEventThread[] = "gentl-u3v-event";
 
-// Takes `frames` frames and requeues each; every one must be complete, numbered from `first`
-// and hold the test pattern.
-void Receive(StreamU3V& test, const StreamU3V::tsStream& s, uint32_t width, uint32_t height,
-             int frames, uint64_t first = 0) {
-  std::vector<uint8_t> pattern = StreamU3V::Pattern(width, height);
-  for (int i = 0; i < frames; ++i) {
-    void* buffer = test.Next(s);
-    ASSERT_NE(buffer, nullptr) << "frame " << i;
-    ASSERT_EQ(test.BufferInfo<uint64_t>(s.stream, buffer, BUFFER_INFO_FRAMEID), first + i);
-    ASSERT_EQ(test.BufferInfo<bool8_t>(s.stream, buffer, BUFFER_INFO_IS_INCOMPLETE), 0);
-    ASSERT_EQ(test.BufferInfo<size_t>(s.stream, buffer, BUFFER_INFO_SIZE_FILLED), s.payload);
-    ASSERT_TRUE(test.Holds(s, buffer, pattern, first + i)) << "frame " << i;
-    ASSERT_EQ(test.Lib().DSQueueBuffer(s.stream, buffer), GC_ERR_SUCCESS);
-  }
-}
+// A range of payload sizes: the sensor that gives it, the buffers announced and the payload.
+struct tsRange {
+  uint32_t width;
+  uint32_t height;
+  int buffers;
+  size_t payload;
+};
+constexpr tsRange kBelowOneKib{16, 16, 4, 0x100};
+constexpr tsRange kEightMib{4096, 2048, 4, 0x800000};
+constexpr tsRange kAboveSixteenMib{5120, 3277, 3, 0x1000400};
+constexpr tsRange kTwoFinals{4100, 2047, 3, 0x800FFC};
 
-uint64_t Sirm(StreamU3V& test, uint64_t address) {
-  return test.Emulated().Register(address);
-}
+class StreamU3V : public U3vStreamingTest {
+ protected:
+  // Opens a camera of `range`, checks its payload size and starts the stream.
+  void StartRange(const tsRange& range, tsStream* s) {
+    *s = Open(Sized(range.width, range.height), range.buffers);
+    ASSERT_EQ(s->payload, range.payload);
+    Start(*s);
+  }
+
+  // The camera's registers at the addresses of `expected`, each with its value.
+  void ExpectRegisters(std::initializer_list<std::pair<uint64_t, uint64_t>> expected) {
+    for (const auto& [address, value] : expected)
+      EXPECT_EQ(Emulated().Register(address), value) << "register 0x" << std::hex << address;
+  }
+
+  // The streaming registers of the payload: its transfers' size and count, and the sizes of the
+  // two final transfers.
+  void ExpectTransfers(uint64_t size, uint64_t count, uint64_t final1, uint64_t final2) {
+    ExpectRegisters({{R::kSiPayloadTransferSize, size},
+                     {R::kSiPayloadTransferCount, count},
+                     {R::kSiFinalTransfer1Size, final1},
+                     {R::kSiFinalTransfer2Size, final2}});
+  }
+
+  // `buffer` was delivered incomplete with `filled` bytes.
+  void ExpectIncomplete(const tsStream& s, void* buffer, size_t filled) {
+    EXPECT_EQ(BufferInfo<bool8_t>(s.stream, buffer, BUFFER_INFO_IS_INCOMPLETE), 1);
+    EXPECT_EQ(BufferInfo<size_t>(s.stream, buffer, BUFFER_INFO_SIZE_FILLED), filled);
+  }
+
+  // Delivery has ended: what was on its way still comes (at most every buffer), then nothing.
+  void ExpectDeliveryEnded(const tsStream& s) {
+    EXPECT_LE(Drain(s), static_cast<int>(s.buffers.size()));
+    EXPECT_EQ(Next(s, 300, GC_ERR_TIMEOUT), nullptr);
+  }
+
+  // Stops the stream; every buffer is back in the input queue.
+  void StopWithEveryBufferQueued(const tsStream& s) {
+    Stop(s);
+    ExpectAllAccountedFor(s, 0);
+    EXPECT_EQ(Info<size_t>(s.stream, STREAM_INFO_NUM_QUEUED), s.buffers.size());
+  }
+};
 
 TEST_F(StreamU3V, TheCameraHasOneStreamThatAnswersItsPayloadSizeAndAnnounceMinimum) {
   tsStream s = Open(Sized(64, 8), 1);
@@ -55,69 +92,54 @@ TEST_F(StreamU3V, TheCameraHasOneStreamThatAnswersItsPayloadSizeAndAnnounceMinim
 }
 
 TEST_F(StreamU3V, BelowOneKibTheFinalTransferLandsInTheScratchBlockAndIsCopied) {
-  tsStream s = Open(Sized(16, 16), 4);
-  ASSERT_EQ(s.payload, 0x100u);
-  Start(s);
-  EXPECT_EQ(Sirm(*this, R::kSiPayloadTransferSize), 0u);
-  EXPECT_EQ(Sirm(*this, R::kSiPayloadTransferCount), 1u);
-  EXPECT_EQ(Sirm(*this, R::kSiFinalTransfer1Size), 1024u);
-  EXPECT_EQ(Sirm(*this, R::kSiFinalTransfer2Size), 0u);
-  EXPECT_EQ(Sirm(*this, R::kSiControl), 1u);
-  Receive(*this, s, 16, 16, 20);
+  tsStream s;
+  ASSERT_NO_FATAL_FAILURE(StartRange(kBelowOneKib, &s));
+  ExpectTransfers(0, 1, 1024, 0);
+  ExpectRegisters({{R::kSiControl, 1}});
+  Receive(s, 20);
 }
 
 TEST_F(StreamU3V, ExactlyEightMibIsOneTransfer) {
-  tsStream s = Open(Sized(4096, 2048), 4);
-  ASSERT_EQ(s.payload, 0x800000u);
-  Start(s);
-  EXPECT_EQ(Sirm(*this, R::kSiPayloadTransferSize), 0x800000u);
-  EXPECT_EQ(Sirm(*this, R::kSiPayloadTransferCount), 1u);
-  EXPECT_EQ(Sirm(*this, R::kSiFinalTransfer1Size), 0u);
-  EXPECT_EQ(Sirm(*this, R::kSiFinalTransfer2Size), 0u);
-  Receive(*this, s, 4096, 2048, 20);
+  tsStream s;
+  ASSERT_NO_FATAL_FAILURE(StartRange(kEightMib, &s));
+  ExpectTransfers(0x800000, 1, 0, 0);
+  Receive(s, 20);
 }
 
 TEST_F(StreamU3V, AboveSixteenMibIsTwoTransfersAndAFinalInTheBuffer) {
-  tsStream s = Open(Sized(5120, 3277), 3);
-  ASSERT_EQ(s.payload, 0x1000400u);
-  Start(s);
-  EXPECT_EQ(Sirm(*this, R::kSiPayloadTransferSize), 0x800000u);
-  EXPECT_EQ(Sirm(*this, R::kSiPayloadTransferCount), 2u);
-  EXPECT_EQ(Sirm(*this, R::kSiFinalTransfer1Size), 0x400u);
-  EXPECT_EQ(Sirm(*this, R::kSiFinalTransfer2Size), 0u);
-  Receive(*this, s, 5120, 3277, 20);
+  tsStream s;
+  ASSERT_NO_FATAL_FAILURE(StartRange(kAboveSixteenMib, &s));
+  ExpectTransfers(0x800000, 2, 0x400, 0);
+  Receive(s, 20);
 }
 
 // A thousand frames end to end for each range of payload sizes. The large ones are bound by the
 // emulation's bulk rate (tens of seconds), hence Slow: they run on their own.
 TEST_F(StreamU3V, AThousandFramesBelowOneKib) {
-  tsStream s = Open(Sized(16, 16), 4);
-  Start(s);
-  Receive(*this, s, 16, 16, 1000);
+  tsStream s;
+  ASSERT_NO_FATAL_FAILURE(StartRange(kBelowOneKib, &s));
+  Receive(s, 1000);
 }
 
 TEST_F(StreamU3V, AThousandFramesOfExactlyEightMibSlow) {
-  tsStream s = Open(Sized(4096, 2048), 4);
-  ASSERT_EQ(s.payload, 0x800000u);
-  Start(s);
-  Receive(*this, s, 4096, 2048, 1000);
+  tsStream s;
+  ASSERT_NO_FATAL_FAILURE(StartRange(kEightMib, &s));
+  Receive(s, 1000);
 }
 
 TEST_F(StreamU3V, AThousandFramesAboveSixteenMibSlow) {
-  tsStream s = Open(Sized(5120, 3277), 3);
-  ASSERT_EQ(s.payload, 0x1000400u);
-  Start(s);
-  Receive(*this, s, 5120, 3277, 1000);
+  tsStream s;
+  ASSERT_NO_FATAL_FAILURE(StartRange(kAboveSixteenMib, &s));
+  Receive(s, 1000);
 }
 
 TEST_F(StreamU3V, ASecondFinalTransferIsCopiedFromTheScratchBlock) {
-  tsStream s = Open(Sized(4100, 2047), 3);
-  ASSERT_EQ(s.payload, 0x800FFCu);
-  Start(s);
-  EXPECT_EQ(Sirm(*this, R::kSiPayloadTransferCount), 1u);
-  EXPECT_EQ(Sirm(*this, R::kSiFinalTransfer1Size), 0xC00u);
-  EXPECT_EQ(Sirm(*this, R::kSiFinalTransfer2Size), 1024u);
-  Receive(*this, s, 4100, 2047, 20);
+  tsStream s;
+  ASSERT_NO_FATAL_FAILURE(StartRange(kTwoFinals, &s));
+  ExpectRegisters({{R::kSiPayloadTransferCount, 1},
+                   {R::kSiFinalTransfer1Size, 0xC00},
+                   {R::kSiFinalTransfer2Size, 1024}});
+  Receive(s, 20);
 }
 
 TEST_F(StreamU3V, ARequiredLeaderSizeOfTwentyWritesFiftyTwo) {
@@ -126,9 +148,8 @@ TEST_F(StreamU3V, ARequiredLeaderSizeOfTwentyWritesFiftyTwo) {
   options.requiredTrailerSize = 8;
   tsStream s = Open(options, 2);
   Start(s);
-  EXPECT_EQ(Sirm(*this, R::kSiMaxLeaderSize), 52u);
-  EXPECT_EQ(Sirm(*this, R::kSiMaxTrailerSize), 32u);
-  Receive(*this, s, 64, 8, 5);
+  ExpectRegisters({{R::kSiMaxLeaderSize, 52}, {R::kSiMaxTrailerSize, 32}});
+  Receive(s, 5);
 }
 
 TEST_F(StreamU3V, ATrailerWithAStatusDeliversTheBufferIncomplete) {
@@ -137,8 +158,7 @@ TEST_F(StreamU3V, ATrailerWithAStatusDeliversTheBufferIncomplete) {
   Start(s);
   void* buffer = Next(s);
   ASSERT_NE(buffer, nullptr);
-  EXPECT_EQ(BufferInfo<bool8_t>(s.stream, buffer, BUFFER_INFO_IS_INCOMPLETE), 1);
-  EXPECT_EQ(BufferInfo<size_t>(s.stream, buffer, BUFFER_INFO_SIZE_FILLED), 512u);
+  ExpectIncomplete(s, buffer, 512);
   EXPECT_EQ(BufferInfo<size_t>(s.stream, buffer, BUFFER_INFO_WIDTH), 64u);
   EXPECT_EQ(BufferInfo<size_t>(s.stream, buffer, BUFFER_INFO_HEIGHT), 8u);
   EXPECT_EQ(BufferInfo<uint64_t>(s.stream, buffer, BUFFER_INFO_PIXELFORMAT), kMono8);
@@ -155,10 +175,9 @@ TEST_F(StreamU3V, AFailedPayloadTransferMarksOnlyItsFrameIncomplete) {
   Start(s);
   void* buffer = Next(s);
   ASSERT_NE(buffer, nullptr);
-  EXPECT_EQ(BufferInfo<bool8_t>(s.stream, buffer, BUFFER_INFO_IS_INCOMPLETE), 1);
-  EXPECT_EQ(BufferInfo<size_t>(s.stream, buffer, BUFFER_INFO_SIZE_FILLED), 0u);
+  ExpectIncomplete(s, buffer, 0);
   ASSERT_EQ(Lib().DSQueueBuffer(s.stream, buffer), GC_ERR_SUCCESS);
-  Receive(*this, s, 64, 8, 5, 1);
+  Receive(s, 5, 1);
   EXPECT_TRUE(HasLogLine(capture.Text(),
                          R"(gentl: error \[tcDataStreamU3V::OnPayload\] Error in payload )"
                          R"(transfer, status = 1)"))
@@ -171,38 +190,31 @@ TEST_F(StreamU3V, AShortPayloadTransferMarksItsFrameIncomplete) {
   Start(s);
   void* buffer = Next(s);
   ASSERT_NE(buffer, nullptr);
-  EXPECT_EQ(BufferInfo<bool8_t>(s.stream, buffer, BUFFER_INFO_IS_INCOMPLETE), 1);
-  EXPECT_EQ(BufferInfo<size_t>(s.stream, buffer, BUFFER_INFO_SIZE_FILLED), 256u);
+  ExpectIncomplete(s, buffer, 256);
 }
 
 TEST_F(StreamU3V, AHaltedEndpointStopsDeliveryUntilTheNextStart) {
   tsStream s = Open(Sized(64, 8), 3);
   Start(s);
-  Receive(*this, s, 64, 8, 3);
+  Receive(s, 3);
   Bench().HaltStream(s.camera);
   // Frames finished before the halt may still arrive; requeued, they meet the stalled endpoint.
-  EXPECT_LE(Drain(s), 3);
-  EXPECT_EQ(Next(s, 300, GC_ERR_TIMEOUT), nullptr);
+  ExpectDeliveryEnded(s);
   EXPECT_EQ(Bench().UrbsInFlight(s.camera), 0u);
-  EXPECT_EQ(Lib().DSStopAcquisition(s.stream, ACQ_STOP_FLAGS_DEFAULT), GC_ERR_SUCCESS);
-  ExpectAllAccountedFor(s, 0);
-  EXPECT_EQ(Info<size_t>(s.stream, STREAM_INFO_NUM_QUEUED), 3u);
+  StopWithEveryBufferQueued(s);
   // The next start clears the halt; the camera dropped the frame it was sending.
   uint64_t next = Emulated().FramesSent();
   Start(s);
-  Receive(*this, s, 64, 8, 3, next);
+  Receive(s, 3, next);
 }
 
 TEST_F(StreamU3V, UnplugDuringStreamingLosesNoBufferAndClosesCleanly) {
   tsStream s = Open(Sized(640, 480), 4);
   Start(s);
-  Receive(*this, s, 640, 480, 10);
+  Receive(s, 10);
   Bench().Unplug(s.camera);
-  EXPECT_LE(Drain(s), 4);
-  EXPECT_EQ(Next(s, 300, GC_ERR_TIMEOUT), nullptr);
-  EXPECT_EQ(Lib().DSStopAcquisition(s.stream, ACQ_STOP_FLAGS_DEFAULT), GC_ERR_SUCCESS);
-  ExpectAllAccountedFor(s, 0);
-  EXPECT_EQ(Info<size_t>(s.stream, STREAM_INFO_NUM_QUEUED), 4u);
+  ExpectDeliveryEnded(s);
+  StopWithEveryBufferQueued(s);
   EXPECT_EQ(Lib().DevClose(s.device), GC_ERR_SUCCESS);
   EXPECT_EQ(WaitForThreads(kEventThread, 0), 0);
 }
@@ -210,9 +222,9 @@ TEST_F(StreamU3V, UnplugDuringStreamingLosesNoBufferAndClosesCleanly) {
 TEST_F(StreamU3V, StopWithTransfersInFlightKeepsEveryBuffer) {
   tsStream s = Open(Sized(640, 480), 5, 100.0f);
   Start(s);
-  Receive(*this, s, 640, 480, 3);
-  EXPECT_EQ(Lib().DSStopAcquisition(s.stream, ACQ_STOP_FLAGS_DEFAULT), GC_ERR_SUCCESS);
-  EXPECT_EQ(Sirm(*this, R::kSiControl), 0u);
+  Receive(s, 3);
+  Stop(s);
+  ExpectRegisters({{R::kSiControl, 0}});
   ExpectAllAccountedFor(s, 0);
   EXPECT_EQ(Info<size_t>(s.stream, STREAM_INFO_NUM_QUEUED) +
                 Info<size_t>(s.stream, STREAM_INFO_NUM_AWAIT_DELIVERY),
@@ -222,31 +234,31 @@ TEST_F(StreamU3V, StopWithTransfersInFlightKeepsEveryBuffer) {
   ASSERT_EQ(Lib().DSFlushQueue(s.stream, ACQ_QUEUE_OUTPUT_DISCARD), GC_ERR_SUCCESS);
   ASSERT_EQ(Lib().DSFlushQueue(s.stream, ACQ_QUEUE_UNQUEUED_TO_INPUT), GC_ERR_SUCCESS);
   Start(s);
-  Receive(*this, s, 640, 480, 3, next);
+  Receive(s, 3, next);
 }
 
 TEST_F(StreamU3V, FlushingTheInputWhileAcquiringCancelsItsTransfers) {
   tsStream s = Open(Sized(640, 480), 4, 10.0f);
   Start(s);
-  Receive(*this, s, 640, 480, 1);
+  Receive(s, 1);
   ASSERT_EQ(Lib().DSFlushQueue(s.stream, ACQ_QUEUE_ALL_DISCARD), GC_ERR_SUCCESS);
   EXPECT_EQ(Info<size_t>(s.stream, STREAM_INFO_NUM_QUEUED), 0u);
   EXPECT_EQ(Info<size_t>(s.stream, STREAM_INFO_NUM_AWAIT_DELIVERY), 0u);
   EXPECT_EQ(Bench().UrbsInFlight(s.camera), 0u);
-  EXPECT_EQ(Lib().DSStopAcquisition(s.stream, ACQ_STOP_FLAGS_DEFAULT), GC_ERR_SUCCESS);
+  Stop(s);
   ExpectAllAccountedFor(s, 4);
 }
 
 TEST_F(StreamU3V, FlushingInputToOutputDeliversTheQueuedBuffersUnfilled) {
   tsStream s = Open(Sized(640, 480), 3, 1.0f);
   Start(s);
-  Receive(*this, s, 640, 480, 1);
+  Receive(s, 1);
   ASSERT_EQ(Lib().DSFlushQueue(s.stream, ACQ_QUEUE_INPUT_TO_OUTPUT), GC_ERR_SUCCESS);
   EXPECT_EQ(Info<size_t>(s.stream, STREAM_INFO_NUM_QUEUED), 0u);
   EXPECT_EQ(Info<size_t>(s.stream, STREAM_INFO_NUM_AWAIT_DELIVERY), 3u);
   for (int i = 0; i < 3; ++i)
     EXPECT_NE(Next(s, 1000), nullptr);
-  EXPECT_EQ(Lib().DSStopAcquisition(s.stream, ACQ_STOP_FLAGS_DEFAULT), GC_ERR_SUCCESS);
+  Stop(s);
   ExpectAllAccountedFor(s, 3);
 }
 
@@ -254,7 +266,7 @@ TEST_F(StreamU3V, RevokingABufferWithTransfersInFlightIsBusy) {
   tsStream s = Open(Sized(640, 480), 2, 1.0f);
   Start(s);
   EXPECT_EQ(Lib().DSRevokeBuffer(s.stream, s.buffers[1], nullptr, nullptr), GC_ERR_BUSY);
-  EXPECT_EQ(Lib().DSStopAcquisition(s.stream, ACQ_STOP_FLAGS_DEFAULT), GC_ERR_SUCCESS);
+  Stop(s);
   ExpectAllAccountedFor(s, 0);
   ASSERT_EQ(Lib().DSFlushQueue(s.stream, ACQ_QUEUE_ALL_DISCARD), GC_ERR_SUCCESS);
   EXPECT_EQ(Bench().UrbsInFlight(s.camera), 0u);
@@ -265,7 +277,7 @@ TEST_F(StreamU3V, RevokingABufferWithTransfersInFlightIsBusy) {
 TEST_F(StreamU3V, ClosingTheDeviceWithTransfersInFlightCancelsThem) {
   tsStream s = Open(Sized(640, 480), 4, 5.0f);
   Start(s);
-  Receive(*this, s, 640, 480, 1);
+  Receive(s, 1);
   EXPECT_GT(Bench().UrbsInFlight(s.camera), 0u);
   auto begin = std::chrono::steady_clock::now();
   EXPECT_EQ(Lib().DevClose(s.device), GC_ERR_SUCCESS);
@@ -280,8 +292,8 @@ TEST_F(StreamU3V, TwoCamerasStreamAtOnceThroughOneEventThread) {
   EXPECT_EQ(ThreadsNamed(kEventThread), 1);
   Start(first);
   Start(second);
-  std::thread other([&] { Receive(*this, second, 320, 240, 300); });
-  Receive(*this, first, 640, 480, 300);
+  std::thread other([&] { Receive(second, 300); });
+  Receive(first, 300);
   other.join();
   EXPECT_EQ(ThreadsNamed(kEventThread), 1);
   EXPECT_EQ(Lib().DevClose(first.device), GC_ERR_SUCCESS);

@@ -33,6 +33,12 @@ class U3vConsumerTest : public SystemConsumerTest {
     options.guid = guid;
     return options;
   }
+  // The default camera as a second product (id 2) with `guid`, to plug beside another one.
+  static tsU3vCameraOptions SecondProduct(const std::string& guid) {
+    tsU3vCameraOptions options = Camera(guid);
+    options.productId = 2;
+    return options;
+  }
   size_t Plug(const tsU3vCameraOptions& options = Camera()) { return bench_->AddCamera(options); }
 
   void* OpenU3V() { return interface_ = OpenInterface("U3V"); }

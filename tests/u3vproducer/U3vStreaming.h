@@ -26,6 +26,8 @@ class U3vStreamingTest : public U3vConsumerTest {
     std::vector<void*> buffers;
     size_t payload = 0;
     size_t camera = 0;
+    uint32_t width = 0;
+    uint32_t height = 0;
   };
 
   static tsU3vCameraOptions Sized(uint32_t width, uint32_t height,
@@ -42,6 +44,8 @@ class U3vStreamingTest : public U3vConsumerTest {
   tsStream Open(const tsU3vCameraOptions& options, int count, float fps = 1000.0f) {
     tsStream s;
     s.camera = Plug(options);
+    s.width = options.width;
+    s.height = options.height;
     if (interface_ == nullptr) OpenU3V();
     Update();
     s.device = OpenDevice(options.guid);
@@ -71,6 +75,12 @@ class U3vStreamingTest : public U3vConsumerTest {
     ASSERT_EQ(WriteU32(s.port, R::kAcquisitionStart, 1), GenTL::GC_ERR_SUCCESS);
   }
 
+  // Stops the stream's acquisition.
+  void Stop(const tsStream& s) {
+    EXPECT_EQ(Lib().DSStopAcquisition(s.stream, GenTL::ACQ_STOP_FLAGS_DEFAULT),
+              GenTL::GC_ERR_SUCCESS);
+  }
+
   // The next delivered buffer, or null when none comes within `timeoutMs`.
   void* Next(const tsStream& s, uint64_t timeoutMs = 3000,
              GenTL::GC_ERROR expected = GenTL::GC_ERR_SUCCESS) {
@@ -79,6 +89,21 @@ class U3vStreamingTest : public U3vConsumerTest {
     GenTL::GC_ERROR result = Lib().EventGetData(s.event, &data, &size, timeoutMs);
     EXPECT_EQ(result, expected);
     return result == GenTL::GC_ERR_SUCCESS ? data.BufferHandle : nullptr;
+  }
+
+  // Takes `frames` frames and requeues each; every one must be complete, numbered from `first`
+  // and hold the test pattern.
+  void Receive(const tsStream& s, int frames, uint64_t first = 0) {
+    std::vector<uint8_t> pattern = Pattern(s.width, s.height);
+    for (int i = 0; i < frames; ++i) {
+      void* buffer = Next(s);
+      ASSERT_NE(buffer, nullptr) << "frame " << i;
+      ASSERT_EQ(BufferInfo<uint64_t>(s.stream, buffer, GenTL::BUFFER_INFO_FRAMEID), first + i);
+      ASSERT_EQ(BufferInfo<GenTL::bool8_t>(s.stream, buffer, GenTL::BUFFER_INFO_IS_INCOMPLETE), 0);
+      ASSERT_EQ(BufferInfo<size_t>(s.stream, buffer, GenTL::BUFFER_INFO_SIZE_FILLED), s.payload);
+      ASSERT_TRUE(Holds(s, buffer, pattern, first + i)) << "frame " << i;
+      ASSERT_EQ(Lib().DSQueueBuffer(s.stream, buffer), GenTL::GC_ERR_SUCCESS);
+    }
   }
 
   // Requeues what is still delivered, each within 300 ms of the last; returns how many.
