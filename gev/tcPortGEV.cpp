@@ -63,6 +63,63 @@ void FillCapabilityNames() {
   std::call_once(gCapabilityOnce, [] { gCapabilityNames = kCapabilityLabels; });
 }
 
+// What the four kinds of exchange log when they go wrong. A memory write logs nothing of its
+// own: its access line says that it failed.
+constexpr tsGvcpExchange kReadReg = {
+    .function = "tcPortGEV::ReadReg",
+    .command = gvcp::kReadRegCmd,
+    .answer = gvcp::kReadRegAck,
+    .timeout = "Select Timeout",
+    .waitFailed = "Select: %s",
+    .receiveFailed = "read: %s",
+    .shortReply = "Timeout or short read",
+    .logRefusal = true,
+};
+constexpr tsGvcpExchange kWriteReg = {
+    .function = "tcPortGEV::WriteReg",
+    .command = gvcp::kWriteRegCmd,
+    .answer = gvcp::kWriteRegAck,
+    .timeout = "Timeout",
+    .waitFailed = "Select: %s",
+    .receiveFailed = "read: %s",
+    .shortReply = "Timeout or short read",
+    .logRefusal = true,
+};
+constexpr tsGvcpExchange kReadMem = {
+    .function = "tcPortGEV::Read",
+    .command = gvcp::kReadMemCmd,
+    .answer = gvcp::kReadMemAck,
+    .timeout = "%s",
+    .waitFailed = "%s",
+    .receiveFailed = "recvfrom Error: %s",
+    .shortReply = "Short read? (%d)",
+    .logRefusal = true,
+};
+constexpr tsGvcpExchange kWriteMem = {
+    .function = "tcPortGEV::Write",
+    .command = gvcp::kWriteMemCmd,
+    .answer = gvcp::kWriteMemAck,
+    .timeout = nullptr,
+    .waitFailed = nullptr,
+    .receiveFailed = nullptr,
+    .shortReply = nullptr,
+    .logRefusal = false,
+};
+
+// An error line for `function` from `format` (given `value`), unless the format is null.
+template <typename T>
+void LogError(const char* function, const char* format, const T& value) {
+  if (format != nullptr) LogPrint(kLogError, function, format, value);
+}
+
+// A memory access must end at or below 4 GiB: GC_ERR_INVALID_ADDRESS (and *size 0, nothing to
+// transfer) when it does not, else success.
+GC_ERROR CheckRange(uint64_t address, size_t* size) {
+  if (address + *size <= 0x100000000ull && address + *size >= address) return GC_ERR_SUCCESS;
+  *size = 0;
+  return GC_ERR_INVALID_ADDRESS;
+}
+
 tsSocketAddress Camera(uint32_t address) {
   return {address, tcPortGEV::kGvcpPort};
 }
@@ -238,87 +295,72 @@ GC_ERROR tcPortGEV::WriteReg(uint64_t address, uint32_t* bigEndianValue) {
   return WriteRegLocked(address, bigEndianValue);
 }
 
-GC_ERROR tcPortGEV::ReadRegLocked(uint64_t address, uint32_t* bigEndianValue) {
-  constexpr const char* kFunction = "tcPortGEV::ReadReg";
-  GC_ERROR result = GC_ERR_IO;
+GC_ERROR tcPortGEV::Exchange(const tsGvcpExchange& kind, std::span<std::byte> command,
+                             size_t minimum, std::span<std::byte> reply,
+                             gvcp::AckVerdict* verdict) {
+  *verdict = gvcp::AckVerdict::kShort;
   DrainStale();
   uint16_t id = NextRequestId();
-  std::array<std::byte, 12> command{};
-  gvcp::WriteCommandHeader(command, gvcp::kAckRequired, gvcp::kReadRegCmd, 4, id);
-  tcWireWriter(std::span(command).subspan(8)).U32Be(static_cast<uint32_t>(address));
-  if (SendCommand(kFunction, command)) {
-    std::array<std::byte, 64> reply{};
-    size_t received = 0;
-    int error = 0;
-    switch (ReceiveReply(reply, &received, &error)) {
-      case Reply::kTimeout:
-        LogPrint(kLogError, kFunction, "Select Timeout");
-        break;
-      case Reply::kWaitFailed:
-        LogPrint(kLogError, kFunction, "Select: %s", platform::ErrorText(error));
-        break;
-      case Reply::kReceiveFailed:
-        LogPrint(kLogError, kFunction, "read: %s", platform::ErrorText(error));
-        break;
-      case Reply::kReceived: {
-        gvcp::tsAckHeader ack;
-        auto verdict =
-            gvcp::CheckAck(std::span(reply).first(received), id, gvcp::kReadRegAck, 12, &ack);
-        if (verdict == gvcp::AckVerdict::kShort) {
-          LogPrint(kLogError, kFunction, "Timeout or short read");
-          break;
-        }
-        memcpy(bigEndianValue, reply.data() + 8, 4);
-        result = gvcp::StatusResult(ack.status);
-        LogRefusal(kFunction, verdict, id, ack);
-        break;
-      }
-    }
+  gvcp::WriteCommandHeader(command, gvcp::kAckRequired, kind.command,
+                           static_cast<uint16_t>(command.size() - gvcp::kHeaderSize), id);
+  if (!SendCommand(kind.function, command)) return GC_ERR_IO;
+  size_t received = 0;
+  int error = 0;
+  Reply how = ReceiveReply(reply, &received, &error);
+  if (how != Reply::kReceived) {
+    LogMissingReply(kind, how, error);
+    return GC_ERR_IO;
   }
-  LogPrint(result == GC_ERR_SUCCESS ? kLogVerbose : kLogWarning, kFunction,
-           "Addr: 0x%08X - %d bytes", address, 4);
+  gvcp::tsAckHeader ack;
+  *verdict = gvcp::CheckAck(reply.first(received), id, kind.answer, minimum, &ack);
+  if (*verdict == gvcp::AckVerdict::kShort) {
+    LogError(kind.function, kind.shortReply, received);
+    return GC_ERR_IO;
+  }
+  if (kind.logRefusal) LogRefusal(kind.function, *verdict, id, ack);
+  return gvcp::StatusResult(ack.status);
+}
+
+void tcPortGEV::LogMissingReply(const tsGvcpExchange& kind, Reply how, int error) {
+  switch (how) {
+    case Reply::kTimeout:
+      LogError(kind.function, kind.timeout, platform::ErrorText(ETIMEDOUT));
+      break;
+    case Reply::kWaitFailed:
+      LogError(kind.function, kind.waitFailed, platform::ErrorText(error));
+      break;
+    case Reply::kReceiveFailed:
+      LogError(kind.function, kind.receiveFailed, platform::ErrorText(error));
+      break;
+    case Reply::kReceived:
+      break;
+  }
+}
+
+void tcPortGEV::LogAccess(const char* function, GC_ERROR result, uint64_t address, size_t size) {
+  LogPrint(result == GC_ERR_SUCCESS ? kLogVerbose : kLogWarning, function,
+           "Addr: 0x%08X - %d bytes", address, size);
+}
+
+GC_ERROR tcPortGEV::ReadRegLocked(uint64_t address, uint32_t* bigEndianValue) {
+  std::array<std::byte, 12> command{};
+  tcWireWriter(std::span(command).subspan(8)).U32Be(static_cast<uint32_t>(address));
+  std::array<std::byte, 64> reply{};
+  gvcp::AckVerdict verdict;
+  GC_ERROR result = Exchange(kReadReg, command, 12, reply, &verdict);
+  if (verdict != gvcp::AckVerdict::kShort) memcpy(bigEndianValue, reply.data() + 8, 4);
+  LogAccess(kReadReg.function, result, address, 4);
   return result;
 }
 
 GC_ERROR tcPortGEV::WriteRegLocked(uint64_t address, uint32_t* bigEndianValue) {
-  constexpr const char* kFunction = "tcPortGEV::WriteReg";
-  GC_ERROR result = GC_ERR_IO;
-  DrainStale();
-  uint16_t id = NextRequestId();
   std::array<std::byte, 16> command{};
-  gvcp::WriteCommandHeader(command, gvcp::kAckRequired, gvcp::kWriteRegCmd, 8, id);
   tcWireWriter(std::span(command).subspan(8)).U32Be(static_cast<uint32_t>(address));
   memcpy(command.data() + 12, bigEndianValue, 4);
-  if (SendCommand(kFunction, command)) {
-    std::array<std::byte, 64> reply{};
-    size_t received = 0;
-    int error = 0;
-    switch (ReceiveReply(reply, &received, &error)) {
-      case Reply::kTimeout:
-        LogPrint(kLogError, kFunction, "Timeout");
-        break;
-      case Reply::kWaitFailed:
-        LogPrint(kLogError, kFunction, "Select: %s", platform::ErrorText(error));
-        break;
-      case Reply::kReceiveFailed:
-        LogPrint(kLogError, kFunction, "read: %s", platform::ErrorText(error));
-        break;
-      case Reply::kReceived: {
-        gvcp::tsAckHeader ack;
-        auto verdict =
-            gvcp::CheckAck(std::span(reply).first(received), id, gvcp::kWriteRegAck, 8, &ack);
-        if (verdict == gvcp::AckVerdict::kShort) {
-          LogPrint(kLogError, kFunction, "Timeout or short read");
-          break;
-        }
-        result = gvcp::StatusResult(ack.status);
-        LogRefusal(kFunction, verdict, id, ack);
-        break;
-      }
-    }
-  }
-  LogPrint(result == GC_ERR_SUCCESS ? kLogVerbose : kLogWarning, kFunction,
-           "Addr: 0x%08X - %d bytes", address, 4);
+  std::array<std::byte, 64> reply{};
+  gvcp::AckVerdict verdict;
+  GC_ERROR result = Exchange(kWriteReg, command, 8, reply, &verdict);
+  LogAccess(kWriteReg.function, result, address, 4);
   return result;
 }
 
@@ -342,102 +384,53 @@ GC_ERROR tcPortGEV::Write(uint64_t address, const void* buffer, size_t* size) {
 }
 
 GC_ERROR tcPortGEV::ReadMem(uint64_t address, uint8_t* buffer, size_t size) {
-  constexpr const char* kFunction = "tcPortGEV::Read";
-  GC_ERROR result = GC_ERR_SUCCESS;
-  if (address + size > 0x100000000ull || address + size < address) {
-    result = GC_ERR_INVALID_ADDRESS;
-    size = 0;
-  }
+  GC_ERROR result = CheckRange(address, &size);
   bool stop = false;
   for (size_t done = 0; done < size && !stop;) {
     size_t chunk = std::min(size - done, kMemoryChunk);
     result = ReadChunk(static_cast<uint32_t>(address + done), buffer + done, chunk, &stop);
     done += chunk;
   }
-  LogPrint(result == GC_ERR_SUCCESS ? kLogVerbose : kLogWarning, kFunction,
-           "Addr: 0x%08X - %d bytes", address, size);
+  LogAccess(kReadMem.function, result, address, size);
   return result;
 }
 
 GC_ERROR tcPortGEV::ReadChunk(uint32_t address, uint8_t* buffer, size_t size, bool* stop) {
-  constexpr const char* kFunction = "tcPortGEV::Read";
-  *stop = true;
-  DrainStale();
-  uint16_t id = NextRequestId();
   uint16_t count = static_cast<uint16_t>((size + 3) & ~size_t{3});
   std::array<std::byte, 16> command{};
-  gvcp::WriteCommandHeader(command, gvcp::kAckRequired, gvcp::kReadMemCmd, 8, id);
   tcWireWriter writer{std::span(command).subspan(8)};
   writer.U32Be(address);
   writer.U16Be(0);
   writer.U16Be(count);
-  if (!SendCommand(kFunction, command)) return GC_ERR_IO;
   std::array<std::byte, 12 + kMemoryChunk + 4> reply{};
-  size_t received = 0;
-  int error = 0;
-  Reply how = ReceiveReply(reply, &received, &error);
-  if (how == Reply::kTimeout || how == Reply::kWaitFailed) {
-    LogPrint(kLogError, kFunction, "%s",
-             platform::ErrorText(how == Reply::kTimeout ? ETIMEDOUT : error));
-    return GC_ERR_IO;
-  }
-  if (how == Reply::kReceiveFailed) {
-    LogPrint(kLogError, kFunction, "recvfrom Error: %s", platform::ErrorText(error));
-    return GC_ERR_IO;
-  }
-  gvcp::tsAckHeader ack;
-  auto verdict =
-      gvcp::CheckAck(std::span(reply).first(received), id, gvcp::kReadMemAck, 12u + count, &ack);
-  if (verdict == gvcp::AckVerdict::kShort) {
-    LogPrint(kLogError, kFunction, "Short read? (%d)", received);
-    return GC_ERR_IO;
-  }
-  LogRefusal(kFunction, verdict, id, ack);
-  if (verdict != gvcp::AckVerdict::kGood) return gvcp::StatusResult(ack.status);
-  memcpy(buffer, reply.data() + 12, size);
-  *stop = false;
-  return GC_ERR_SUCCESS;
+  gvcp::AckVerdict verdict;
+  GC_ERROR result = Exchange(kReadMem, command, 12u + count, reply, &verdict);
+  *stop = verdict != gvcp::AckVerdict::kGood;
+  if (!*stop) memcpy(buffer, reply.data() + 12, size);
+  return result;
 }
 
 GC_ERROR tcPortGEV::WriteMem(uint64_t address, const uint8_t* buffer, size_t size) {
-  constexpr const char* kFunction = "tcPortGEV::Write";
-  GC_ERROR result = GC_ERR_SUCCESS;
-  if (address + size > 0x100000000ull || address + size < address) {
-    result = GC_ERR_INVALID_ADDRESS;
-    size = 0;
-  }
+  GC_ERROR result = CheckRange(address, &size);
   bool stop = false;
   for (size_t done = 0; done < size && !stop;) {
     size_t chunk = std::min(size - done, kMemoryChunk);
     result = WriteChunk(static_cast<uint32_t>(address + done), buffer + done, chunk, &stop);
     done += chunk;
   }
-  LogPrint(result == GC_ERR_SUCCESS ? kLogVerbose : kLogWarning, kFunction,
-           "Addr: 0x%08X - %d bytes", address, size);
+  LogAccess(kWriteMem.function, result, address, size);
   return result;
 }
 
 GC_ERROR tcPortGEV::WriteChunk(uint32_t address, const uint8_t* buffer, size_t size, bool* stop) {
-  constexpr const char* kFunction = "tcPortGEV::Write";
-  *stop = true;
-  DrainStale();
-  uint16_t id = NextRequestId();
   std::array<std::byte, 12 + kMemoryChunk> command{};
-  gvcp::WriteCommandHeader(command, gvcp::kAckRequired, gvcp::kWriteMemCmd,
-                           static_cast<uint16_t>(size + 4), id);
   tcWireWriter(std::span(command).subspan(8)).U32Be(address);
   memcpy(command.data() + 12, buffer, size);
-  if (!SendCommand(kFunction, std::span(command).first(12 + size))) return GC_ERR_IO;
   std::array<std::byte, 64> reply{};
-  size_t received = 0;
-  int error = 0;
-  if (ReceiveReply(reply, &received, &error) != Reply::kReceived) return GC_ERR_IO;
-  gvcp::tsAckHeader ack;
-  auto verdict = gvcp::CheckAck(std::span(reply).first(received), id, gvcp::kWriteMemAck, 8, &ack);
-  if (verdict == gvcp::AckVerdict::kShort) return GC_ERR_IO;
-  if (verdict != gvcp::AckVerdict::kGood) return gvcp::StatusResult(ack.status);
-  *stop = false;
-  return GC_ERR_SUCCESS;
+  gvcp::AckVerdict verdict;
+  GC_ERROR result = Exchange(kWriteMem, std::span(command).first(12 + size), 8, reply, &verdict);
+  *stop = verdict != gvcp::AckVerdict::kGood;
+  return result;
 }
 
 void tcPortGEV::LogRefusal(const char* function, gvcp::AckVerdict verdict, uint16_t requestId,

@@ -16,6 +16,7 @@
 #include "base/tcThread.h"
 #include "base/tcUdpSocket.h"
 #include "gev/Gvcp.h"
+#include "gev/tsGvcpExchange.h"
 #include "modules/tcPort.h"
 
 class tcPortGEV : public tcPort {
@@ -105,15 +106,27 @@ class tcPortGEV : public tcPort {
       GENTL_REQUIRES(AccessMutex());
   // Discards datagrams left over from exchanges that timed out.
   void DrainStale() GENTL_REQUIRES(AccessMutex());
+  // Sends `command` after writing its header (the next request id, the payload length; the
+  // payload from byte 8 on is the caller's) and checks the one reply, received into `reply`,
+  // against `kind` and `minimum` bytes. *verdict stays kShort unless an acknowledgement of
+  // `minimum` bytes came back. GC_ERR_IO when the command could not be sent or no such
+  // acknowledgement came, else the result of its status. Logs failures with `kind`'s texts.
+  GenTL::GC_ERROR Exchange(const tsGvcpExchange& kind, std::span<std::byte> command, size_t minimum,
+                           std::span<std::byte> reply, gvcp::AckVerdict* verdict)
+      GENTL_REQUIRES(AccessMutex());
   // Sends `command` whole; false (and the log line, for `function`) otherwise.
   bool SendCommand(const char* function, std::span<const std::byte> command)
       GENTL_REQUIRES(AccessMutex());
   // Waits up to 300 ms for one datagram; *received is its size, *error the errno of a failure.
   Reply ReceiveReply(std::span<std::byte> buffer, size_t* received, int* error)
       GENTL_REQUIRES(AccessMutex());
+  // Logs with `kind`'s text why no reply came.
+  void LogMissingReply(const tsGvcpExchange& kind, Reply how, int error);
   // Logs for `function` why an acknowledgement was refused (nothing for kGood and kShort).
   void LogRefusal(const char* function, gvcp::AckVerdict verdict, uint16_t requestId,
                   const gvcp::tsAckHeader& ack);
+  // The last line of a register or memory access: verbose when it succeeded, else a warning.
+  void LogAccess(const char* function, GenTL::GC_ERROR result, uint64_t address, size_t size);
   // The text of URL `index` (one 512-byte read of its register).
   GenTL::GC_ERROR UrlText(uint32_t index, std::string* url);
   uint32_t UrlCount() const;

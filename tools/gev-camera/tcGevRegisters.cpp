@@ -18,6 +18,7 @@ struct tsRange {
 };
 
 constexpr uint32_t kMemorySize = 0x30000;
+constexpr uint32_t kLastTestPattern = 2;
 
 // Bootstrap blocks that exist (the rest of 0x0000-0xFFFF answers "invalid address").
 constexpr std::array<tsRange, 7> kBootstrap = {{{0x0000, 0x0100},
@@ -49,13 +50,6 @@ bool Inside(const tsRange& range, uint32_t address, size_t length) {
 
 uint32_t BitsPerPixel(uint32_t pixelFormat) {
   return (pixelFormat >> 16) & 0xFF;
-}
-
-bool KnownPixelFormat(uint32_t value) {
-  for (uint32_t format : {0x01080001u, 0x01100007u, 0x02180014u, 0x01080009u, 0x010C0047u}) {
-    if (value == format) return true;
-  }
-  return false;
 }
 
 }  // namespace
@@ -182,30 +176,9 @@ uint16_t tcGevRegisters::WriteRegister(uint32_t address, uint32_t value) {
 }
 
 uint16_t tcGevRegisters::CheckFeature(uint32_t address, uint32_t value) const {
-  uint32_t sensorWidth = Get(kSensorWidth);
-  uint32_t sensorHeight = Get(kSensorHeight);
-  switch (address) {
-    case kWidth:
-      return value >= 16 && value % 4 == 0 && value <= sensorWidth - Get(kOffsetX)
-                 ? 0
-                 : kInvalidParameter;
-    case kHeight:
-      return value >= 1 && value <= sensorHeight - Get(kOffsetY) ? 0 : kInvalidParameter;
-    case kOffsetX:
-      return value % 4 == 0 && value <= sensorWidth - Get(kWidth) ? 0 : kInvalidParameter;
-    case kOffsetY:
-      return value <= sensorHeight - Get(kHeight) ? 0 : kInvalidParameter;
-    case kPixelFormat:
-      return KnownPixelFormat(value) ? 0 : kInvalidParameter;
-    case kAcquisitionMode:
-      return value <= 1 ? 0 : kInvalidParameter;
-    case kTestPattern:
-      return value <= 2 ? 0 : kInvalidParameter;
-    case kPrivilege:
-      return value <= 7 ? 0 : kInvalidParameter;
-    default:
-      return 0;
-  }
+  if (address == kPrivilege) return value <= 7 ? 0 : kInvalidParameter;
+  auto get = [this](uint32_t at) -> uint64_t { return Get(at); };
+  return Accepts(address, value, get, kLastTestPattern) ? 0 : kInvalidParameter;
 }
 
 void tcGevRegisters::UpdatePayloadSize() {

@@ -8,9 +8,11 @@
 #include <string>
 #include <vector>
 
+#include "tcFeatureRegisters.h"
 #include "tsGevCameraOptions.h"
 
-class tcGevRegisters {
+// The camera's own registers, big-endian, lie in the feature block at 0x10000.
+class tcGevRegisters : public tcFeatureRegisters<uint32_t, 0x10000> {
  public:
   // Bootstrap registers the camera acts on.
   static constexpr uint32_t kVersion = 0x0000;
@@ -37,23 +39,6 @@ class tcGevRegisters {
   static constexpr uint32_t kFireTestPacket = 0x80000000;
   static constexpr uint32_t kExtendedIds = 0x40000000;  // in gvsp_config
   static constexpr uint32_t kManifest = 0x9000;
-  // The camera's own registers (big-endian 32-bit, see the XML description).
-  static constexpr uint32_t kFeatures = 0x10000;
-  static constexpr uint32_t kWidth = kFeatures + 0x00;
-  static constexpr uint32_t kHeight = kFeatures + 0x04;
-  static constexpr uint32_t kOffsetX = kFeatures + 0x08;
-  static constexpr uint32_t kOffsetY = kFeatures + 0x0C;
-  static constexpr uint32_t kPixelFormat = kFeatures + 0x10;
-  static constexpr uint32_t kPayloadSize = kFeatures + 0x14;
-  static constexpr uint32_t kAcquisitionMode = kFeatures + 0x18;
-  static constexpr uint32_t kAcquisitionStart = kFeatures + 0x1C;
-  static constexpr uint32_t kAcquisitionStop = kFeatures + 0x20;
-  static constexpr uint32_t kTestPattern = kFeatures + 0x24;
-  static constexpr uint32_t kFrameRate = kFeatures + 0x28;
-  static constexpr uint32_t kSensorWidth = kFeatures + 0x2C;
-  static constexpr uint32_t kSensorHeight = kFeatures + 0x30;
-  static constexpr uint32_t kAcquisitionActive = kFeatures + 0x34;
-  static constexpr uint32_t kFeaturesEnd = kFeatures + 0x38;
   static constexpr uint32_t kXml = 0x20000;
 
   // Result of an access: 0 or a GVCP status.

@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
-#include <iterator>
 
 #include "U3vCameraXml.h"
 #include "sim/PixelFormat.h"
@@ -14,14 +13,6 @@ namespace {
 constexpr size_t kTextField = 64;
 constexpr uint32_t kMono8 = 0x01080001;
 constexpr uint32_t kLastTestPattern = 3;
-// The formats the description offers: Mono8, Mono16, RGB8, BayerRG8, Mono12p.
-constexpr uint32_t kPixelFormats[] = {kMono8, 0x01100007, 0x02180014, 0x01080009, 0x010C0047};
-
-bool OfferedPixelFormat(uint32_t code) {
-  return std::find(std::begin(kPixelFormats), std::end(kPixelFormats), code) !=
-         std::end(kPixelFormats);
-}
-
 }  // namespace
 
 tcU3vRegisters::tcU3vRegisters(const tsU3vCameraOptions& options)
@@ -132,28 +123,8 @@ uint16_t tcU3vRegisters::Write(uint64_t address, std::span<const uint8_t> bytes)
 }
 
 uint16_t tcU3vRegisters::CheckFeature(uint64_t address, uint32_t value) const {
-  uint32_t sensorWidth = static_cast<uint32_t>(Get(kSensorWidth));
-  uint32_t sensorHeight = static_cast<uint32_t>(Get(kSensorHeight));
-  switch (address) {
-    case kWidth:
-      return value >= 16 && value % 4 == 0 && value <= sensorWidth - Get(kOffsetX)
-                 ? 0
-                 : kInvalidParameter;
-    case kHeight:
-      return value >= 1 && value <= sensorHeight - Get(kOffsetY) ? 0 : kInvalidParameter;
-    case kOffsetX:
-      return value % 4 == 0 && value <= sensorWidth - Get(kWidth) ? 0 : kInvalidParameter;
-    case kOffsetY:
-      return value <= sensorHeight - Get(kHeight) ? 0 : kInvalidParameter;
-    case kPixelFormat:
-      return OfferedPixelFormat(value) ? 0 : kInvalidParameter;
-    case kAcquisitionMode:
-      return value <= 1 ? 0 : kInvalidParameter;
-    case kTestPattern:
-      return value <= kLastTestPattern ? 0 : kInvalidParameter;
-    default:
-      return 0;
-  }
+  auto get = [this](uint64_t at) { return Get(at); };
+  return Accepts(address, value, get, kLastTestPattern) ? 0 : kInvalidParameter;
 }
 
 void tcU3vRegisters::UpdatePayloadSize() {

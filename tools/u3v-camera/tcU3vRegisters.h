@@ -9,9 +9,11 @@
 #include <string>
 #include <vector>
 
+#include "tcFeatureRegisters.h"
 #include "tsU3vCameraOptions.h"
 
-class tcU3vRegisters {
+// The camera's own registers lie in the feature block at 0x50000.
+class tcU3vRegisters : public tcFeatureRegisters<uint64_t, 0x50000> {
  public:
   // ABRM registers.
   static constexpr uint64_t kGenCpVersion = 0x0000;
@@ -74,23 +76,6 @@ class tcU3vRegisters {
   // Manifest table: entry count, then 64-byte entries.
   static constexpr uint64_t kManifest = 0x40000;
   static constexpr size_t kManifestEntrySize = 64;
-  // The camera's own feature registers (32-bit, see the GenApi description).
-  static constexpr uint64_t kFeatures = 0x50000;
-  static constexpr uint64_t kWidth = kFeatures + 0x00;
-  static constexpr uint64_t kHeight = kFeatures + 0x04;
-  static constexpr uint64_t kOffsetX = kFeatures + 0x08;
-  static constexpr uint64_t kOffsetY = kFeatures + 0x0C;
-  static constexpr uint64_t kPixelFormat = kFeatures + 0x10;
-  static constexpr uint64_t kPayloadSize = kFeatures + 0x14;
-  static constexpr uint64_t kAcquisitionMode = kFeatures + 0x18;
-  static constexpr uint64_t kAcquisitionStart = kFeatures + 0x1C;
-  static constexpr uint64_t kAcquisitionStop = kFeatures + 0x20;
-  static constexpr uint64_t kTestPattern = kFeatures + 0x24;
-  static constexpr uint64_t kFrameRate = kFeatures + 0x28;
-  static constexpr uint64_t kSensorWidth = kFeatures + 0x2C;
-  static constexpr uint64_t kSensorHeight = kFeatures + 0x30;
-  static constexpr uint64_t kAcquisitionActive = kFeatures + 0x34;
-  static constexpr uint64_t kFeaturesEnd = kFeatures + 0x38;
   // The GenApi description.
   static constexpr uint64_t kXml = 0x100000;
 
