@@ -21,4 +21,9 @@ int GevReceiveBuffer() {
   return valid ? static_cast<int>(bytes) : 0;
 }
 
+bool GevPacketRing() {
+  const char* value = getenv("GENTL_GEV_PACKET_RING");
+  return value == nullptr || strcmp(value, "0") != 0;
+}
+
 }  // namespace config

@@ -3,6 +3,7 @@
 
 #include <arpa/inet.h>
 #include <errno.h>
+#include <linux/filter.h>
 #include <netinet/in.h>
 #include <netinet/udp.h>
 #include <sys/socket.h>
@@ -228,6 +229,18 @@ int tcUdpSocket::SetPacketInfo(bool on) {
 
 int tcUdpSocket::SetDontFragment(bool on) {
   return SetOption(IPPROTO_IP, IP_MTU_DISCOVER, on ? IP_PMTUDISC_DO : IP_PMTUDISC_DONT);
+}
+
+int tcUdpSocket::SetDropAll(bool on) {
+  if (!IsOpen()) return EBADF;
+  if (!on) {
+    int unused = 0;
+    int result = setsockopt(Fd(), SOL_SOCKET, SO_DETACH_FILTER, &unused, sizeof unused);
+    return result < 0 && errno != ENOENT ? errno : 0;
+  }
+  sock_filter dropAll = BPF_STMT(BPF_RET | BPF_K, 0);
+  sock_fprog program{1, &dropAll};
+  return setsockopt(Fd(), SOL_SOCKET, SO_ATTACH_FILTER, &program, sizeof program) < 0 ? errno : 0;
 }
 
 int tcUdpSocket::LocalAddress(tsSocketAddress* local) const {

@@ -38,6 +38,9 @@ class tcUdpSocket {
   // EMSGSIZE instead of being fragmented.
   int SetDontFragment(bool on);
   int LocalAddress(tsSocketAddress* local) const;
+  // On: the kernel drops every datagram for this socket before queueing it (while another
+  // reader, a packet ring, takes them). Off: datagrams are queued again.
+  int SetDropAll(bool on);
 
   tsIoResult SendTo(std::span<const std::byte> bytes, const tsSocketAddress& to) const;
   // Sends with `localAddress` as the source (an address of this host), whatever the socket

@@ -45,6 +45,8 @@ constexpr int kReceiveWaitMs = 300;
 constexpr const char* kOpen = "tcDataStreamGEV::Open";
 constexpr const char* kNegotiate = "tcDataStreamGEV::NegotiatePacketsize";
 constexpr const char* kStart = "tcDataStreamGEV::StartAcquisition";
+constexpr const char* kThread = "tcDataStreamGEV::AcquistionThread";
+constexpr size_t kWakeIndex = 0;  // the stop descriptor comes first in the thread's poll sets
 
 }  // namespace
 
@@ -221,8 +223,12 @@ GC_ERROR tcDataStreamGEV::OnStartAcquisition(int32_t startFlags, uint64_t numToA
   // Packets left from an earlier acquisition must not start frames of this one.
   DrainSocket();
   wake_.Drain();
+  OpenPacketRing(port);
   result = WriteReg(kStreamPort, port);
-  if (result != GC_ERR_SUCCESS) return result;
+  if (result != GC_ERR_SUCCESS) {
+    ClosePacketRing();
+    return result;
+  }
   acquisition_.Start([this, numToAcquire] { AcquistionThread(numToAcquire); });
   return GC_ERR_SUCCESS;
 }
@@ -244,6 +250,7 @@ void tcDataStreamGEV::AcquistionThread(uint64_t frames) {
   auto* device = dynamic_cast<tcDeviceGEV*>(Parent());
   if (device == nullptr) {
     GENTL_LOG(kLogError, "Not a GEV device?");
+    ClosePacketRing();
     AcquisitionEnded();
     return;
   }
@@ -251,39 +258,94 @@ void tcDataStreamGEV::AcquistionThread(uint64_t frames) {
   uint32_t droppedBefore = dropped_.load();
   tcGvspAssembler assembler(*this, {packetSize_.load(), resendEnabled_.load(),
                                     port_->CameraAddress(), device->TimestampFrequency()});
+  auto countDrops = [&] { dropped_.store(droppedBefore + assembler.Dropped()); };
+  if (ring_.IsOpen()) {
+    ReceiveFromRing(assembler, frames, countDrops);
+  } else {
+    ReceiveFromSocket(assembler, frames, countDrops);
+  }
+  ClosePacketRing();
+  assembler.ReturnInProgress();
+  countDrops();
+  GENTL_LOG(kLogInfo, "Exit : frames captured = %lld", assembler.Completed());
+  running_.store(false);
+  if (!acquisition_.StopRequested()) AcquisitionEnded();
+}
+
+// Waits for `fd` or a stop; true when `fd` is readable. A failed wait ends the loop.
+bool tcDataStreamGEV::WaitReadable(tcPoll& poll, size_t index, bool* failed) {
+  tsIoResult ready = poll.Wait(kReceiveWaitMs);
+  if (!ready.Ok()) {
+    LogPrint(kLogError, kThread, "Error On Select: %d", ready.error);
+    *failed = true;
+    return false;
+  }
+  if (ready.count != 0 && poll.Readable(kWakeIndex)) wake_.Drain();  // the loop sees the stop
+  return ready.count != 0 && poll.Readable(index);
+}
+
+void tcDataStreamGEV::ReceiveFromSocket(tcGvspAssembler& assembler, uint64_t frames,
+                                        const std::function<void()>& countDrops) {
   tcGvspReceiver receiver(assembler, port_->CameraAddress());
   tcPoll poll;
+  poll.Add(wake_.Fd());
   size_t socketIndex = poll.Add(socket_.Fd());
-  size_t wakeIndex = poll.Add(wake_.Fd());
   auto pause = GatherPause();
+  bool failed = false;
   bool full = false;  // the last batch was filled: more may be waiting, no need to poll first
-  while (!acquisition_.StopRequested() && assembler.Completed() < frames) {
-    if (!full) {
-      tsIoResult ready = poll.Wait(kReceiveWaitMs);
-      if (!ready.Ok()) {
-        GENTL_LOG(kLogError, "Error On Select: %d", ready.error);
-        break;
-      }
-      if (ready.count != 0 && poll.Readable(wakeIndex)) wake_.Drain();  // the loop sees the stop
-      if (ready.count == 0 || !poll.Readable(socketIndex)) continue;
-    }
+  while (!failed && !acquisition_.StopRequested() && assembler.Completed() < frames) {
+    if (!full && !WaitReadable(poll, socketIndex, &failed)) continue;
     tsIoResult received = receiver.Receive(socket_, frames);
     full = receiver.Filled();
     if (!received.Ok()) {
       if (received.error == EAGAIN || received.error == EINTR) continue;
-      GENTL_LOG(kLogError, "Error On recvfrom: %d", received.error);
+      LogPrint(kLogError, kThread, "Error On recvfrom: %d", received.error);
       break;
     }
-    dropped_.store(droppedBefore + assembler.Dropped());
+    countDrops();
     // In the middle of a frame that arrives faster than it is read, waking for every packet
     // or two costs more than the packets: a short pause lets a batch gather.
     if (!full && assembler.InProgressCount() != 0) std::this_thread::sleep_for(pause);
   }
-  assembler.ReturnInProgress();
-  dropped_.store(droppedBefore + assembler.Dropped());
-  GENTL_LOG(kLogInfo, "Exit : frames captured = %lld", assembler.Completed());
-  running_.store(false);
-  if (!acquisition_.StopRequested()) AcquisitionEnded();
+}
+
+void tcDataStreamGEV::ReceiveFromRing(tcGvspAssembler& assembler, uint64_t frames,
+                                      const std::function<void()>& countDrops) {
+  tcPoll poll;
+  poll.Add(wake_.Fd());
+  size_t ringIndex = poll.Add(ring_.Fd());
+  bool failed = false;
+  auto handle = [&](std::span<const std::byte> payload, uint32_t sender) {
+    assembler.HandlePacket(payload, sender);
+  };
+  auto more = [&] { return assembler.Completed() < frames; };
+  while (!failed && !acquisition_.StopRequested() && more()) {
+    if (!WaitReadable(poll, ringIndex, &failed)) continue;
+    ring_.Drain(handle, more);
+    countDrops();
+  }
+}
+
+// Datagrams to the stream's port go to a packet ring where the process may have one: the
+// kernel copies them there in its receive path, and this thread reads them without a system
+// call each. The socket then drops its copies. Without the ring, the socket is read.
+void tcDataStreamGEV::OpenPacketRing(uint16_t port) {
+  if (!config::GevPacketRing()) return;
+  size_t bytes = std::max<size_t>(kMinRingSize, size_t(receiveBufferRequest_));
+  int error = ring_.Open(port, bytes);
+  if (error == 0 && (error = socket_.SetDropAll(true)) != 0) ring_.Close();
+  if (error != 0) {
+    LogPrint(kLogInfo, kStart, "No packet ring (%s): reading the stream socket",
+             platform::ErrorText(error));
+    return;
+  }
+  LogPrint(kLogInfo, kStart, "Receiving through a packet ring of %d MiB", bytes >> 20);
+}
+
+void tcDataStreamGEV::ClosePacketRing() {
+  if (!ring_.IsOpen()) return;
+  ring_.Close();
+  socket_.SetDropAll(false);
 }
 
 // The pause may let at most a quarter of the socket buffer fill at 25 Gb/s, and lasts no

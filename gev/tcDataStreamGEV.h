@@ -6,20 +6,25 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <memory>
 
 #include "base/tcEventFd.h"
+#include "base/tcPacketRing.h"
 #include "base/tcUdpSocket.h"
 #include "gev/tcGvspAssemblerTarget.h"
 #include "stream/tcDataStream.h"
 
 class tcDeviceGEV;
+class tcGvspAssembler;
+class tcPoll;
 class tcPortGEV;
 
 class tcDataStreamGEV : public tcDataStream, private tcGvspAssemblerTarget {
  public:
   static constexpr int kReceiveBufferSize = 0x40000;
   static constexpr std::chrono::microseconds kMaxGatherPause{250};
+  static constexpr size_t kMinRingSize = 32 << 20;
 
   // `port` is the device's remote port (null when it has none: the stream then cannot tell
   // the camera where to send).
@@ -45,6 +50,13 @@ class tcDataStreamGEV : public tcDataStream, private tcGvspAssemblerTarget {
 
  private:
   void AcquistionThread(uint64_t frames);
+  void ReceiveFromSocket(tcGvspAssembler& assembler, uint64_t frames,
+                         const std::function<void()>& countDrops);
+  void ReceiveFromRing(tcGvspAssembler& assembler, uint64_t frames,
+                       const std::function<void()>& countDrops);
+  bool WaitReadable(tcPoll& poll, size_t index, bool* failed);
+  void OpenPacketRing(uint16_t port);
+  void ClosePacketRing();
   // How long the receive thread waits for more packets of a frame after a short batch.
   std::chrono::microseconds GatherPause() const;
   GenTL::GC_ERROR OpenSocket();
@@ -69,7 +81,8 @@ class tcDataStreamGEV : public tcDataStream, private tcGvspAssemblerTarget {
 
   tcPortGEV* port_;
   tcUdpSocket socket_;
-  tcEventFd wake_;  // signalled by a stop request
+  tcPacketRing ring_;  // open from the start of an acquisition to the end of its thread
+  tcEventFd wake_;     // signalled by a stop request
   int receiveBufferRequest_ = kReceiveBufferSize;
   std::atomic<uint16_t> packetSize_{0};
   std::atomic<bool> standardIds_{true};
