@@ -75,6 +75,7 @@ TEST(tcUdpSocket, NotOpenRefusesEveryCallWithEbadf) {
   EXPECT_EQ(socket.ReceiveBatch(batch).error, EBADF);
   std::array<tsScatterDatagram, 1> scattered{};
   EXPECT_EQ(socket.ReceiveScattered(scattered).error, EBADF);
+  EXPECT_EQ(socket.SetDropAll(true), EBADF);
   EXPECT_EQ(socket.SendBatch(batch).error, EBADF);
   EXPECT_EQ(socket.SendTo(buffer, {kLoopback, 9}).ErrorText(), "Bad file descriptor");
 }
@@ -261,6 +262,23 @@ TEST_F(tcUdpSocketTest, ScatteredReceiveFillsThePartsInOrderAndCutsTheRest) {
   EXPECT_EQ(AsText(rest[2]), "89abcdef");
   EXPECT_EQ(incoming[2].peer, senderAddress_);
   EXPECT_EQ(receiver_.ReceiveScattered(incoming).error, EAGAIN);
+}
+
+TEST_F(tcUdpSocketTest, DropAllDropsUntilSwitchedOff) {
+  std::array<std::byte, 8> buffer{};
+  tsSocketAddress from;
+  ASSERT_EQ(receiver_.SetDropAll(true), 0);
+  ASSERT_TRUE(sender_.SendTo(Payload("lost"), receiverAddress_).Ok());
+  pollfd fd{receiver_.Fd(), POLLIN, 0};
+  EXPECT_EQ(poll(&fd, 1, 200), 0);
+  EXPECT_EQ(receiver_.ReceiveFrom(buffer, &from).error, EAGAIN);
+  ASSERT_EQ(receiver_.SetDropAll(false), 0);
+  EXPECT_EQ(receiver_.SetDropAll(false), 0);  // nothing attached: still fine
+  ASSERT_TRUE(sender_.SendTo(Payload("kept"), receiverAddress_).Ok());
+  ASSERT_TRUE(WaitReadable(receiver_));
+  tsIoResult received = receiver_.ReceiveFrom(buffer, &from);
+  ASSERT_TRUE(received.Ok());
+  EXPECT_EQ(AsText(std::span(buffer).first(received.count)), "kept");
 }
 
 TEST_F(tcUdpSocketTest, BatchesAreCappedAtTheMaximum) {

@@ -126,6 +126,25 @@ TEST_F(GevStreamTest, ReceiveBufferIsTheGrantedSize) {
       R"(gentl: info \[tcDataStreamGEV::Open\] Stream socket recv buffer size = )" + expected));
 }
 
+// With CAP_NET_RAW the stream receives through a packet ring (unless GENTL_GEV_PACKET_RING=0,
+// as in the "acquisition.socket." run of these tests); frames arrive either way.
+TEST_F(GevStreamTest, ThePacketRingIsUsedWhereThePlatformAllowsIt) {
+  const char* ring = getenv("GENTL_GEV_PACKET_RING");
+  bool enabled = ring == nullptr || std::string(ring) != "0";
+  bool privileged = geteuid() == 0;
+  StderrCapture log;
+  ASSERT_TRUE(Prepare({}, 64, 16));
+  QueueAndStart(4, 100);
+  EXPECT_EQ(GrabAndStop(3).size(), 3u);
+  std::string text = log.Text();
+  EXPECT_EQ(HasLogLine(text, R"(gentl: info \[tcDataStreamGEV::StartAcquisition\] Receiving )"
+                             R"(through a packet ring of 32 MiB)"),
+            enabled && privileged);
+  EXPECT_EQ(HasLogLine(text, R"(gentl: info \[tcDataStreamGEV::StartAcquisition\] No packet )"
+                             R"(ring \(.*\): reading the stream socket)"),
+            enabled && !privileged);
+}
+
 // GENTL_GEV_RCVBUF asks for more, past the cap when the process may (CAP_NET_ADMIN).
 TEST_F(GevStreamTest, ReceiveBufferFromTheEnvironment) {
   if (geteuid() != 0) GTEST_SKIP() << "SO_RCVBUFFORCE needs CAP_NET_ADMIN";
