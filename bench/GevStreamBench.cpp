@@ -173,8 +173,7 @@ bool OpenCamera(GenTLLibrary& lib, void* interface, const std::string& id, doubl
     lib.DSQueueBuffer(camera->stream, buffer);
   }
   lib.GCRegisterEvent(camera->stream, EVENT_NEW_BUFFER, &camera->event);
-  lib.DSStartAcquisition(camera->stream, 0, GENTL_INFINITE);
-  return WriteCamera(lib, camera->port, 0x1001C, 1) == GC_ERR_SUCCESS;
+  return lib.DSStartAcquisition(camera->stream, 0, GENTL_INFINITE) == GC_ERR_SUCCESS;
 }
 
 template <typename T>
@@ -223,7 +222,6 @@ tsConsumed ConsumeFor(GenTLLibrary& lib, const tsOpenCamera& camera, double star
 }
 
 void CountFrames(GenTLLibrary& lib, const tsOpenCamera& camera, tsProducerRun* run) {
-  WriteCamera(lib, camera.port, 0x10020, 1);
   lib.DSStopAcquisition(camera.stream, 0);
   uint64_t started = StreamInfo<uint64_t>(lib, camera.stream, STREAM_INFO_NUM_STARTED);
   uint64_t delivered = StreamInfo<uint64_t>(lib, camera.stream, STREAM_INFO_NUM_DELIVERED);
@@ -253,6 +251,9 @@ tsProducerRun RunProducer(GenTLLibrary& lib, const std::vector<tsBenchLink>& lin
     lib.GCCloseLib();
     return run;
   }
+  // The cameras start sending together, once every one is open and its consumer ready.
+  for (const tsOpenCamera& camera : cameras)
+    WriteCamera(lib, camera.port, 0x1001C, 1);
   double start = Now();
   double cpuStart = CpuSeconds(RUSAGE_SELF);
   double cameraStart = 0;
@@ -275,6 +276,11 @@ tsProducerRun RunProducer(GenTLLibrary& lib, const std::vector<tsBenchLink>& lin
     run.cameraCpu += ProcessCpu(link.pid);
   run.cameraCpu -= cameraStart;
   run.droppedDatagrams = UdpReceiveBufferErrors() - droppedStart;
+  // The cameras stop; the frames they were sending still arrive (the buffers are queued)
+  // before the streams stop, so that only frames lost count as incomplete.
+  for (const tsOpenCamera& camera : cameras)
+    WriteCamera(lib, camera.port, 0x10020, 1);
+  usleep(200000);
   for (const tsOpenCamera& camera : cameras)
     CountFrames(lib, camera, &run);
   run.ok = true;
