@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "base/CopyAroundCache.h"
 #include "base/tcWireReader.h"
 
 namespace {
@@ -85,7 +86,7 @@ tcBufferGEV::tcStore tcBufferGEV::StorePacket(uint32_t packetId, std::span<const
     return tcStore::kOverflow;
   }
   std::byte* place = static_cast<std::byte*>(memory) + offset;
-  if (place != data.data()) std::memcpy(place, data.data(), data.size());
+  if (place != data.data()) CopyAroundCache(place, data.data(), data.size());
   if (packetId > received.size() || received[packetId - 1] != 0) return tcStore::kCopied;
   received[packetId - 1] = 1;
   highestStoredId = std::max(highestStoredId, packetId);
