@@ -25,71 +25,56 @@ std::vector<std::byte> Packet(const std::string& payload, size_t optionWords = 0
   return packet;
 }
 
-std::string Text(std::span<const std::byte> bytes) {
-  return std::string(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+constexpr const char* kRefused = "(refused)";
+
+// The payload `packet` carries as text, or kRefused; `sender` gets the sender.
+std::string PayloadOf(const std::vector<std::byte>& packet, uint32_t* sender = nullptr) {
+  std::span<const std::byte> payload;
+  uint32_t from = 0;
+  if (!ipv4udp::Parse(packet, &payload, &from)) return kRefused;
+  if (sender != nullptr) *sender = from;
+  return std::string(reinterpret_cast<const char*>(payload.data()), payload.size());
+}
+
+// `packet` with byte `index` set to `value`.
+std::vector<std::byte> With(std::vector<std::byte> packet, size_t index, uint8_t value) {
+  packet[index] = std::byte(value);
+  return packet;
 }
 
 TEST(Ipv4Udp, GivesThePayloadAndTheSender) {
-  std::vector<std::byte> packet = Packet("gvsp");
-  std::span<const std::byte> payload;
   uint32_t sender = 0;
-  ASSERT_TRUE(ipv4udp::Parse(packet, &payload, &sender));
-  EXPECT_EQ(Text(payload), "gvsp");
+  EXPECT_EQ(PayloadOf(Packet("gvsp"), &sender), "gvsp");
   EXPECT_EQ(sender, 0x0A000007u);
 }
 
 TEST(Ipv4Udp, SkipsIpOptions) {
-  std::vector<std::byte> packet = Packet("data", 2);
-  std::span<const std::byte> payload;
-  uint32_t sender = 0;
-  ASSERT_TRUE(ipv4udp::Parse(packet, &payload, &sender));
-  EXPECT_EQ(Text(payload), "data");
+  EXPECT_EQ(PayloadOf(Packet("data", 2)), "data");
 }
 
 TEST(Ipv4Udp, TrailingPaddingIsNotPayload) {
   std::vector<std::byte> packet = Packet("ab");
   packet.resize(packet.size() + 16);  // an Ethernet frame's padding
-  std::span<const std::byte> payload;
-  uint32_t sender = 0;
-  ASSERT_TRUE(ipv4udp::Parse(packet, &payload, &sender));
-  EXPECT_EQ(Text(payload), "ab");
+  EXPECT_EQ(PayloadOf(packet), "ab");
 }
 
 TEST(Ipv4Udp, ACutPayloadIsGivenAsFarAsCaptured) {
   std::vector<std::byte> packet = Packet("abcdef");
   packet.resize(packet.size() - 2);
-  std::span<const std::byte> payload;
-  uint32_t sender = 0;
-  ASSERT_TRUE(ipv4udp::Parse(packet, &payload, &sender));
-  EXPECT_EQ(Text(payload), "abcd");
+  EXPECT_EQ(PayloadOf(packet), "abcd");
 }
 
 TEST(Ipv4Udp, RefusesWhatIsNotAWholeUnfragmentedUdpDatagram) {
-  std::span<const std::byte> payload;
-  uint32_t sender = 0;
-  std::vector<std::byte> packet = Packet("x");
-  packet[0] = std::byte{0x65};  // IPv6 version
-  EXPECT_FALSE(ipv4udp::Parse(packet, &payload, &sender));
-  packet = Packet("x");
-  packet[0] = std::byte{0x44};  // header shorter than 20 bytes
-  EXPECT_FALSE(ipv4udp::Parse(packet, &payload, &sender));
-  packet = Packet("x");
-  packet[9] = std::byte{6};  // TCP
-  EXPECT_FALSE(ipv4udp::Parse(packet, &payload, &sender));
-  packet = Packet("x");
-  packet[6] = std::byte{0x20};  // more fragments follow
-  EXPECT_FALSE(ipv4udp::Parse(packet, &payload, &sender));
-  packet = Packet("x");
-  packet[7] = std::byte{0x01};  // a later fragment
-  EXPECT_FALSE(ipv4udp::Parse(packet, &payload, &sender));
-  packet = Packet("x");
-  packet[25] = std::byte{4};  // UDP length below its header
-  EXPECT_FALSE(ipv4udp::Parse(packet, &payload, &sender));
-  packet = Packet("");
-  packet.resize(27);  // the UDP header cut
-  EXPECT_FALSE(ipv4udp::Parse(packet, &payload, &sender));
-  EXPECT_FALSE(ipv4udp::Parse({}, &payload, &sender));
-  EXPECT_EQ(sender, 0u);
+  EXPECT_EQ(PayloadOf(With(Packet("x"), 0, 0x65)), kRefused);  // IPv6 version
+  EXPECT_EQ(PayloadOf(With(Packet("x"), 0, 0x44)), kRefused);  // header below 20 bytes
+  EXPECT_EQ(PayloadOf(With(Packet("x"), 9, 6)), kRefused);     // TCP
+  EXPECT_EQ(PayloadOf(With(Packet("x"), 6, 0x20)), kRefused);  // more fragments follow
+  EXPECT_EQ(PayloadOf(With(Packet("x"), 7, 0x01)), kRefused);  // a later fragment
+  EXPECT_EQ(PayloadOf(With(Packet("x"), 25, 4)), kRefused);    // UDP length below its header
+  std::vector<std::byte> cut = Packet("");
+  cut.resize(27);  // the UDP header cut
+  EXPECT_EQ(PayloadOf(cut), kRefused);
+  EXPECT_EQ(PayloadOf({}), kRefused);
 }
 
 }  // namespace
