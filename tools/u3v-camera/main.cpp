@@ -119,18 +119,32 @@ void ForwardSignal(int number) {
   if (commandPid > 0) kill(commandPid, number);
 }
 
+// The forwarded signals stay blocked from before the fork until their handlers are in place,
+// so one the command sends at once (to its parent) is forwarded, not fatal.
 int RunCommand(char** command) {
+  sigset_t forwarded, previous;
+  sigemptyset(&forwarded);
+  sigaddset(&forwarded, SIGTERM);
+  sigaddset(&forwarded, SIGHUP);
+  sigprocmask(SIG_BLOCK, &forwarded, &previous);
   pid_t child = fork();
   if (child == 0) {
+    sigprocmask(SIG_SETMASK, &previous, nullptr);
     setenv("LD_PRELOAD", PreloadWithUmockdev(getenv("LD_PRELOAD")).c_str(), 1);
     execvp(command[0], command);
     fprintf(stderr, "u3v-camera: cannot run %s: %s\n", command[0], strerror(errno));
     _exit(127);
   }
+  if (child < 0) {
+    sigprocmask(SIG_SETMASK, &previous, nullptr);
+    fprintf(stderr, "u3v-camera: cannot start %s: %s\n", command[0], strerror(errno));
+    return 127;
+  }
   commandPid = child;
   signal(SIGINT, SIG_IGN);
   signal(SIGTERM, ForwardSignal);
   signal(SIGHUP, ForwardSignal);
+  sigprocmask(SIG_SETMASK, &previous, nullptr);
   int status = 0;
   while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
   }
