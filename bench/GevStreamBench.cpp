@@ -4,10 +4,11 @@
 // For each rate: frames delivered and lost by the producer (through the GenTL functions, as a
 // consumer with a thread per camera) and the CPU of its process beside the consumer threads;
 // then arv-camera-test-0.8 on fresh cameras (one each, all at once), frames, failures and CPU. The
-// stream asks for a 64 MiB socket buffer unless GENTL_GEV_RCVBUF says otherwise. Run as root:
-// build/<config>/bench/gev_stream_bench [seconds] [rate ...] [gev-camera options], a rate being
-// Gb/s from one camera or NxG for N cameras at G Gb/s each at once (default 1 10 20 4x2.5); e.g.
-// gev_stream_bench 8 10 --loss 0.02 for 2 % of the payload packets lost (and resent).
+// stream asks for a 64 MiB socket buffer (and packet ring) unless GENTL_GEV_RCVBUF says
+// otherwise. Run as root: build/<config>/bench/gev_stream_bench [seconds] [rate ...]
+// [gev-camera options], a rate being Gb/s from one camera or NxG for N cameras at G Gb/s each
+// at once (default 1 10 20 4x2.5); e.g. gev_stream_bench 8 10 --loss 0.02 for 2 % of the
+// payload packets lost (and resent).
 #include <arpa/inet.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -63,7 +64,9 @@ double ProcessCpu(pid_t pid) {
   return double(user + system) / double(sysconf(_SC_CLK_TCK));
 }
 
-// UDP datagrams this network namespace dropped for a full socket buffer (RcvbufErrors).
+// UDP datagrams this network namespace dropped for a full socket buffer (RcvbufErrors). Only
+// the socket path can overflow one: a packet ring's own drops show as incomplete frames (or
+// as resends, when the camera offers them).
 long UdpReceiveBufferErrors() {
   std::ifstream file("/proc/net/snmp");
   std::string names, values;
@@ -108,7 +111,7 @@ struct tsProducerRun {
   uint64_t underrun = 0;
   uint64_t wrong = 0;  // delivered with pixels that are not the emulator's pattern
   double seconds = 0;
-  long droppedDatagrams = 0;  // by the kernel, for a full socket buffer
+  long droppedDatagrams = 0;  // by the kernel, for a full socket buffer (socket path only)
   double receiveCpu = 0;
   double cameraCpu = 0;
 };
@@ -384,7 +387,7 @@ void Measure(GenTLLibrary& lib, double gbps, int cameras, double seconds) {
       double delivered = DeliveredGbps(run.delivered, run.seconds);
       printf(
           "  producer: %6lu frames complete (%.2f Gb/s, %lu with wrong pixels), %lu incomplete, "
-          "%lu underruns, %ld datagrams dropped by the kernel;\n",
+          "%lu underruns, %ld socket buffer overflows;\n",
           static_cast<unsigned long>(run.delivered), delivered,
           static_cast<unsigned long>(run.wrong), static_cast<unsigned long>(run.incomplete),
           static_cast<unsigned long>(run.underrun), run.droppedDatagrams);
