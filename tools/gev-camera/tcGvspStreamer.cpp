@@ -79,10 +79,13 @@ void tcGvspStreamer::Run(const std::atomic<bool>& stop) {
   poll.Add(wake_.Fd());
   uint64_t next = platform::MonotonicNs();
   while (!stop) {
+    // The test packet request first: the settings read after it are at least as new as the
+    // registers written before the request (the port it goes to, for one).
+    bool testPacket = camera_.TakeTestPacket();
     tsStreamSettings settings = camera_.StreamSettings();
     // Bound as soon as the camera has an address, so its source port can be read.
     bool ready = settings.source != 0 && Prepare(settings);
-    if (camera_.TakeTestPacket() && ready) SendTestPacket(settings);
+    if (testPacket && ready) SendTestPacket(settings);
     for (const tsResendRequest& request : camera_.TakeResendRequests()) {
       if (ready) Resend(request);
     }
